@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Zlib
+#include "api/files.h"
+#include "frame/boundary.h"
+#include "frame/scratch.h"
+#include "platform/files.h"
+
+#include <cstdio>
+
+using namespace halvorin;
+
+namespace {
+
+file_stream* handle_of(FILE* stream) {
+    return reinterpret_cast<file_stream*>(stream);
+}
+
+FILE* stream_of(file_stream* file) {
+    return reinterpret_cast<FILE*>(file);
+}
+
+bool find_mode(file_mode mode, stream_mode* found) {
+    switch (mode) {
+    case FILE_MODE_WRITE: *found = stream_mode::write; return true;
+    case FILE_MODE_READ: *found = stream_mode::read; return true;
+    case FILE_MODE_READ_WRITE: *found = stream_mode::read_write; return true;
+    case FILE_MODE_APPEND: *found = stream_mode::append; return true;
+    case FILE_MODE_READ_APPEND: *found = stream_mode::read_append; return true;
+    default: return false;
+    }
+}
+
+// Calls that take a path have the arenas to themselves, and this with them: it is too large for
+// the stack of some hosts' threads.
+alignas(64) constinit u8 copy_block[65536] = {};
+
+// Ends at the first short read, be it the end or an error. What the target takes isn't looked at.
+void copy_content(FILE* source, FILE* target) {
+    size_t count = sizeof copy_block;
+    while (count == sizeof copy_block) {
+        count = std::fread(copy_block, 1, sizeof copy_block, source);
+        std::fwrite(copy_block, 1, count, target);
+    }
+}
+
+} // namespace
+
+// The source is open, and known to be a file, before the target is cut.
+b8 file_copy(Slice from, Slice to) {
+    const path_char* native_from = nullptr;
+    const path_char* native_to = nullptr;
+    if (!native_paths(from, to, &native_from, &native_to)) return false;
+    FILE* const source = open_stream(native_from, stream_mode::text_read);
+    if (source == nullptr) return false;
+    // Cut for writing, a file that is copied onto itself would be empty by now.
+    const bool onto_itself = is_file_of(native_to, source);
+    FILE* const target = onto_itself ? nullptr : open_stream(native_to, stream_mode::text_write);
+    if (target != nullptr) copy_content(source, target);
+    std::fclose(source);
+    if (target != nullptr) std::fclose(target);
+    return onto_itself || target != nullptr;
+}
+
+b8 file_create(Slice path) {
+    file_stream* const file = file_open(path, FILE_MODE_WRITE);
+    if (file == nullptr) return false;
+    file_close(file);
+    return true;
+}
+
+file_stream* file_open(Slice path, file_mode mode) {
+    stream_mode native_mode{};
+    if (!find_mode(low_bits(mode), &native_mode)) return nullptr;
+    const path_char* const native = native_path(path);
+    return native != nullptr ? handle_of(open_stream(native, native_mode)) : nullptr;
+}
+
+void file_close(file_stream* file) {
+    std::fclose(stream_of(file));
+}
+
+b8 file_failed(const file_stream* file) {
+    return file == nullptr;
+}
+
+b8 file_seek(file_stream* file, i64 position) {
+    return seek_stream(stream_of(file), static_cast<i32>(position), SEEK_SET);
+}
+
+b8 file_end(file_stream* file) {
+    return std::feof(stream_of(file)) != 0;
+}
+
+// The host sees 32 bits of the size; the way back takes the position whole.
+i64 file_size(file_stream* file) {
+    FILE* const stream = stream_of(file);
+    const i64 position = stream_position(stream);
+    seek_stream(stream, 0, SEEK_END);
+    const i64 size = stream_position(stream);
+    seek_stream(stream, position, SEEK_SET);
+    return static_cast<i32>(size);
+}
+
+b8 file_exists(Slice path) {
+    const path_char* const native = native_path(path);
+    return native != nullptr && is_readable_file(native);
+}
+
+u64 file_write(file_stream* file, u64 size, const void* data) {
+    return std::fwrite(data, 1, size, stream_of(file));
+}
+
+void file_write_byte(file_stream* file, u8 value) {
+    std::fputc(low_bits(value), stream_of(file));
+}
+
+u64 file_read(file_stream* file, u64 size, void* data) {
+    return std::fread(data, 1, size, stream_of(file));
+}
+
+u8 file_read_byte(file_stream* file) {
+    return static_cast<u8>(std::fgetc(stream_of(file)));
+}
