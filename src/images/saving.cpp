@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Zlib
+#include "api/images.h"
+
+#include "frame/boundary.h"
+#include "frame/scratch.h"
+
+#include <stb_image_write.h>
+
+#include <algorithm>
+#include <climits>
+#include <string_view>
+
+namespace {
+
+// The encoders compute sizes and offsets in 32 bits.
+bool rows_fit(i64 row_bytes, i64 rows, i64 most) {
+    return row_bytes <= most / rows;
+}
+
+// A side of those formats whose header has 16 bits for it.
+bool sides_fit(const Image& image) {
+    return image.width <= 0xFFFF && image.height <= 0xFFFF;
+}
+
+// Three channels at least are written, in rows of a multiple of 4, behind up to 122 bytes.
+bool write_bmp(const char* path, const Image& image, int channels) {
+    const i64 row_bytes = i64{image.width} * std::max(channels, 3) + 3;
+    return rows_fit(row_bytes, image.height, INT_MAX - 122) &&
+           stbi_write_bmp(path, image.width, image.height, channels, image.data) != 0;
+}
+
+// The compressed data can be an eighth larger than the rows, and doubles its block on the way.
+bool write_png(const char* path, const Image& image, int channels) {
+    const i64 row_bytes = i64{image.width} * channels + 1;
+    return rows_fit(row_bytes, image.height, INT_MAX / 8 * 5) &&
+           stbi_write_png(path, image.width, image.height, channels, image.data,
+                          image.width * channels) != 0;
+}
+
+bool write_tga(const char* path, const Image& image, int channels) {
+    return sides_fit(image) && rows_fit(i64{image.width} * channels, image.height, INT_MAX) &&
+           stbi_write_tga(path, image.width, image.height, channels, image.data) != 0;
+}
+
+bool write_jpg(const char* path, const Image& image, int channels) {
+    constexpr int quality = 100;
+    return sides_fit(image) && rows_fit(i64{image.width} * channels, image.height, INT_MAX) &&
+           stbi_write_jpg(path, image.width, image.height, channels, image.data, quality) != 0;
+}
+
+using image_writer = bool (*)(const char* path, const Image& image, int channels);
+
+struct image_format {
+    std::string_view extension;
+    image_writer write;
+};
+
+constexpr image_format formats[] = {
+    {"bmp", write_bmp},
+    {"png", write_png},
+    {"tga", write_tga},
+    {"jpg", write_jpg},
+};
+
+// What follows the last dot, wherever in the path that is. Empty without a dot.
+std::string_view extension_of(Slice path) {
+    const auto* const bytes = static_cast<const char*>(path.data);
+    for (i64 dot = path.count - 1; dot >= 0; --dot) {
+        if (bytes[dot] == '.') return {bytes + dot + 1, static_cast<size_t>(path.count - dot - 1)};
+    }
+    return {};
+}
+
+image_writer writer_for(std::string_view extension) {
+    for (const image_format& format : formats) {
+        if (format.extension == extension) return format.write;
+    }
+    return nullptr;
+}
+
+bool is_writable(const Image& image, i8 channels) {
+    const bool has_pixels = image.data != nullptr && image.width > 0 && image.height > 0;
+    return has_pixels && channels >= 1 && channels <= 4;
+}
+
+} // namespace
+
+b8 image_save(Image image, Slice path, i8 channels) {
+    channels = halvorin::low_bits(channels);
+    const image_writer write = writer_for(extension_of(path));
+    if (write == nullptr || !is_writable(image, channels)) return false;
+    return halvorin::append_character(path) && write(halvorin::c_string(path), image, channels);
+}
