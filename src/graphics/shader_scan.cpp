@@ -2,7 +2,7 @@
 #include "graphics/shader_scan.h"
 
 #include <cstring>
-#include <emmintrin.h>
+#include <immintrin.h>
 
 namespace halvorin {
 namespace {
@@ -51,34 +51,77 @@ void look_at(scan& state, i64 position) {
     }
 }
 
-// A bit for each of 16 bytes that is a # with the first letter of a stage behind it. Preprocessor
-// lines are too many to look at each #. The mask makes v, f and g one letter; w comes along.
-u32 candidates(const char* bytes) {
+// A block of 64 bytes, and a bit for each byte that is a # with the first letter of a stage behind
+// it. Preprocessor lines are too many to look at every #.
+struct block {
+    i64 position;
+    u64 candidates;
+};
+
+// The letters v, f and g, and w with them, are f under this mask.
+constexpr char letter_mask = static_cast<char>(0xEE);
+
+__m128i candidates_of_16(const char* bytes) {
     const __m128i here = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
     const __m128i behind = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + 1));
-    const __m128i letter = _mm_and_si128(behind, _mm_set1_epi8(static_cast<char>(0xEE)));
-    const __m128i both = _mm_and_si128(_mm_cmpeq_epi8(here, _mm_set1_epi8('#')),
-                                       _mm_cmpeq_epi8(letter, _mm_set1_epi8('f')));
-    return static_cast<u32>(_mm_movemask_epi8(both));
+    const __m128i letter = _mm_and_si128(behind, _mm_set1_epi8(letter_mask));
+    return _mm_and_si128(_mm_cmpeq_epi8(here, _mm_set1_epi8('#')),
+                         _mm_cmpeq_epi8(letter, _mm_set1_epi8('f')));
+}
+
+u64 bits_of(__m128i bytes) {
+    return static_cast<u32>(_mm_movemask_epi8(bytes));
+}
+
+// The next block with candidates, from `position` on; without candidates, where blocks end. The
+// letter behind the last byte is read too, so a block needs one byte more.
+block next_block(const char* text, i64 position, i64 count) {
+    for (; count - position > 64; position += 64) {
+        const __m128i a = candidates_of_16(text + position);
+        const __m128i b = candidates_of_16(text + position + 16);
+        const __m128i c = candidates_of_16(text + position + 32);
+        const __m128i d = candidates_of_16(text + position + 48);
+        if (bits_of(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d))) == 0) continue;
+        return {position, bits_of(a) | bits_of(b) << 16 | bits_of(c) << 32 | bits_of(d) << 48};
+    }
+    return {position, 0};
+}
+
+[[gnu::target("avx2")]] __m256i candidates_of_32(const char* bytes) {
+    const __m256i here = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
+    const __m256i behind = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes + 1));
+    const __m256i letter = _mm256_and_si256(behind, _mm256_set1_epi8(letter_mask));
+    return _mm256_and_si256(_mm256_cmpeq_epi8(here, _mm256_set1_epi8('#')),
+                            _mm256_cmpeq_epi8(letter, _mm256_set1_epi8('f')));
+}
+
+[[gnu::target("avx2")]] u64 bits_of(__m256i bytes) {
+    return static_cast<u32>(_mm256_movemask_epi8(bytes));
+}
+
+[[gnu::target("avx2")]] block next_block_avx2(const char* text, i64 position, i64 count) {
+    for (; count - position > 64; position += 64) {
+        const __m256i a = candidates_of_32(text + position);
+        const __m256i b = candidates_of_32(text + position + 32);
+        if (bits_of(_mm256_or_si256(a, b)) == 0) continue;
+        return {position, bits_of(a) | bits_of(b) << 32};
+    }
+    return {position, 0};
 }
 
 } // namespace
 
-shader_texts split_stages(const char* text, i32 count) {
+shader_texts split_stages(const char* text, i32 count, bool wide) {
+    const auto find_block = wide ? next_block_avx2 : next_block;
     scan state = {text, count, {}, nullptr};
-    i64 position = 0;
-    // The letter behind the last byte of a block is read too, so a block needs one byte more.
-    for (; count - position > 64; position += 64) {
-        const char* block = text + position;
-        u64 bits = static_cast<u64>(candidates(block)) |
-                   static_cast<u64>(candidates(block + 16)) << 16 |
-                   static_cast<u64>(candidates(block + 32)) << 32 |
-                   static_cast<u64>(candidates(block + 48)) << 48;
-        for (; bits != 0; bits &= bits - 1) {
-            look_at(state, position + __builtin_ctzll(bits));
+    block found = find_block(text, 0, count);
+    while (found.candidates != 0) {
+        for (u64 bits = found.candidates; bits != 0; bits &= bits - 1) {
+            look_at(state, found.position + __builtin_ctzll(bits));
         }
+        found = find_block(text, found.position + 64, count);
     }
-    for (; position < count; ++position) {
+    for (i64 position = found.position; position < count; ++position) {
         if (text[position] == '#') look_at(state, position);
     }
     if (count > 0) close_stage(state, count);

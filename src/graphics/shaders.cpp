@@ -108,7 +108,8 @@ u32 shader_create(void) {
 // A failed stage stops neither the other stages nor the link: one call tells all that is wrong.
 void shader_source(ShaderResult* result, u32 program, Slice source, Slice log) {
     const shader_texts texts =
-        split_stages(static_cast<const char*>(source.data), static_cast<i32>(source.count));
+        split_stages(static_cast<const char*>(source.data), static_cast<i32>(source.count),
+                     __builtin_cpu_supports("avx2"));
     failure_log failures = open_log(log);
     GLuint shaders[shader_stages] = {};
     bool success = true;

@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: Zlib
+// Every graphics call against an OpenGL that writes down what it is asked: the function, and each
+// argument to the bit.
+
+#include "api/frame.h"
+#include "api/graphics.h"
+
+#include "support/graphics_cases.h"
+#include "support/recording_gl.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
+
+using namespace graphics_cases;
+
+namespace {
+
+class GraphicsCallsTest : public testing::Test {
+protected:
+    void SetUp() override {
+        gl::load_into_library();
+    }
+};
+
+template <class Cases> void expect_calls(const Cases& cases) {
+    for (const gl_case& c : cases) {
+        SCOPED_TRACE(std::string(c.function) + c.arguments);
+        c.call();
+        EXPECT_EQ(gl::take(), c.expected);
+    }
+}
+
+TEST_F(GraphicsCallsTest, ShadersReachOpenGlWithTheirArguments) {
+    expect_calls(shader_cases);
+}
+
+TEST_F(GraphicsCallsTest, TexturesReachOpenGlWithTheirArguments) {
+    expect_calls(texture_cases);
+}
+
+TEST_F(GraphicsCallsTest, GeometryReachesOpenGlWithItsArguments) {
+    expect_calls(geometry_cases);
+}
+
+TEST_F(GraphicsCallsTest, PipelineReachesOpenGlWithItsArguments) {
+    expect_calls(pipeline_cases);
+}
+
+TEST_F(GraphicsCallsTest, TruthIsAnyNonZeroByteWhateverStandsAboveIt) {
+    for (const truth_case& c : truth_cases) {
+        for (u32 truth :
+             {0x00u, 0x01u, 0x02u, 0x80u, 0x100u, 0xFFFFFF00u, 0xFFFFFF01u, 0x12345680u}) {
+            SCOPED_TRACE(c.function + gl::text_of(truth));
+            c.call(truth);
+            EXPECT_EQ(gl::take(), (truth & 0xFF) != 0 ? c.if_true : c.if_false);
+        }
+    }
+}
+
+TEST_F(GraphicsCallsTest, StencilValuesAreBytesWhateverStandsAboveThem) {
+    wide<void (*)(u32)>(pipeline_clear_stencil)(0xFFFFFF85);
+    EXPECT_EQ(gl::take(), gl::ClearStencil(0x85));
+    wide<void (*)(u32)>(pipeline_stencil_mask)(0x185);
+    EXPECT_EQ(gl::take(), gl::StencilMask(0x85));
+    wide<void (*)(u32, u32, u32)>(pipeline_stencil_func)(0, 0xFFFFFF85, 0x1FE);
+    EXPECT_EQ(gl::take(), gl::StencilFunc(GL_NEVER, 0x85, 0xFE));
+    wide<void (*)(u32, u32, u32, u32)>(pipeline_stencil_func_separate)(0, 0, 0xFFFFFF85, 0x1FE);
+    EXPECT_EQ(gl::take(), gl::StencilFuncSeparate(GL_FRONT, GL_NEVER, 0x85, 0xFE));
+    wide<void (*)(u32, u32)>(pipeline_stencil_mask_separate)(0, 0xFFFFFF85);
+    EXPECT_EQ(gl::take(), gl::StencilMaskSeparate(GL_FRONT, 0x85));
+}
+
+TEST_F(GraphicsCallsTest, ResultsAreWhatOpenGlGives) {
+    const auto give_name = [](GLsizei, GLuint* name) { *name = 0xFFFFFFF0; };
+    gl::GenBuffers.behaviour = gl::GenTextures.behaviour = gl::GenVertexArrays.behaviour =
+        give_name;
+    EXPECT_EQ(buffer_create(), 0xFFFFFFF0);
+    EXPECT_EQ(texture_create(), 0xFFFFFFF0);
+    EXPECT_EQ(vertex_array_create(), 0xFFFFFFF0);
+    gl::CreateProgram.behaviour = [] { return 0x80000001; };
+    EXPECT_EQ(shader_create(), 0x80000001);
+
+    const auto give_location = [](GLuint, const GLchar*) { return -1; };
+    gl::GetAttribLocation.behaviour = give_location;
+    gl::GetFragDataLocation.behaviour = give_location;
+    gl::GetUniformLocation.behaviour = give_location;
+    gl::GetUniformBlockIndex.behaviour = [](GLuint, const GLchar*) { return GL_INVALID_INDEX; };
+    EXPECT_EQ(shader_get_attribute_location(1, text("a")), -1);
+    EXPECT_EQ(shader_get_output_location(1, text("a")), -1);
+    EXPECT_EQ(shader_get_uniform_location(1, text("a")), -1);
+    EXPECT_EQ(shader_get_uniform_block_index(1, text("a")), 0xFFFFFFFF);
+
+    gl::UnmapBuffer.behaviour = [](GLenum target) { return GLboolean(target == GL_ARRAY_BUFFER); };
+    EXPECT_EQ(buffer_unmap(BUFFER_TARGET_ARRAY), 1);
+    EXPECT_EQ(buffer_unmap(BUFFER_TARGET_UNIFORM), 0);
+}
+
+TEST_F(GraphicsCallsTest, AMappedBufferCarriesTheSizeOfTheArgumentAlsoWhenItFails) {
+    Slice mapped = {nullptr, 0};
+    gl::MapBuffer.behaviour = [](GLenum, GLenum) -> void* { return data; };
+    buffer_map(&mapped, BUFFER_TARGET_ARRAY, 0x123456789, BUFFER_ACCESS_READ_ONLY);
+    EXPECT_EQ(mapped.data, data);
+    EXPECT_EQ(mapped.count, 0x123456789);
+    gl::MapBuffer.behaviour = [](GLenum, GLenum) -> void* { return nullptr; };
+    buffer_map(&mapped, BUFFER_TARGET_ARRAY, 16, BUFFER_ACCESS_READ_ONLY);
+    EXPECT_EQ(mapped.data, nullptr);
+    EXPECT_EQ(mapped.count, 16);
+}
+
+TEST_F(GraphicsCallsTest, AnErrorIsOpenGlsCodePlusOneAndIsAskedForOnce) {
+    for (GLenum code : {0x0500u, 0x0501u, 0x0502u, 0x0505u, 0x0506u}) {
+        gl::GetError.behaviour = [code] { return code; };
+        EXPECT_EQ(pipeline_get_error(), code + 1);
+    }
+    gl::GetError.behaviour = [] { return GL_NO_ERROR; };
+    EXPECT_EQ(pipeline_get_error(), 0u);
+    EXPECT_EQ(gl::calls.size(), 6u);
+}
+
+TEST_F(GraphicsCallsTest, NamesOfLookupsMayFillTheScratchAndNoMore) {
+    std::string name(16383, 'n');
+    const Slice longest = {name.data(), 16383};
+    shader_get_attribute_location(7, longest);
+    EXPECT_EQ(gl::take(), gl::GetAttribLocation(7, name.c_str()));
+
+    name += 'n';
+    for (i64 count : {i64{16384}, i64{1} << 32, INT64_MAX}) {
+        const Slice too_long = {name.data(), count};
+        EXPECT_EQ(shader_get_attribute_location(7, too_long), -1);
+        EXPECT_EQ(shader_get_output_location(7, too_long), -1);
+        EXPECT_EQ(shader_get_uniform_location(7, too_long), -1);
+        EXPECT_EQ(shader_get_uniform_block_index(7, too_long), 0xFFFFFFFF);
+    }
+    EXPECT_EQ(gl::take(), "") << "an over-long name must not be looked up";
+}
+
+// What glDrawBuffers is to get: GL's count, and as many entries as are looked at here.
+void expect_draw_buffers(i64 count, GLsizei gl_count, size_t mapped) {
+    SCOPED_TRACE(count);
+    std::vector<i32> numbers(4200);
+    for (size_t i = 0; i < numbers.size(); ++i) {
+        numbers[i] = i % 3 == 1 ? -1 - static_cast<i32>(i) : static_cast<i32>(i);
+    }
+    std::fill_n(temporary_buffer, sizeof temporary_buffer, u8{0xA5});
+    bool called = false;
+    gl::DrawBuffers.behaviour = [&](GLsizei size, const GLenum* buffers) {
+        called = true;
+        EXPECT_EQ(size, gl_count);
+        EXPECT_EQ(static_cast<const void*>(buffers), temporary_buffer);
+        for (size_t i = 0; i < sizeof temporary_buffer / 4; ++i) {
+            const GLenum number = i % 3 == 1 ? GL_NONE : GL_COLOR_ATTACHMENT0 + static_cast<u32>(i);
+            ASSERT_EQ(buffers[i], i < mapped ? number : 0xA5A5A5A5) << "entry " << i;
+        }
+    };
+    pipeline_draw_buffers({numbers.data(), count});
+    EXPECT_TRUE(called);
+}
+
+TEST_F(GraphicsCallsTest, DrawBuffersMapsAtMost127EntriesAndNeverPointsBehindTheScratch) {
+    const i32 position = temporary_pos;
+    expect_draw_buffers(0, 0, 0);
+    expect_draw_buffers(3, 3, 3);
+    expect_draw_buffers(127, 127, 127);
+    expect_draw_buffers(128, 128, 0); // -128 as a byte
+    expect_draw_buffers(255, 255, 0);
+    expect_draw_buffers(256, 256, 0);
+    expect_draw_buffers(258, 258, 2);
+    expect_draw_buffers(4096, 4096, 0);
+    expect_draw_buffers(4099, 4096, 3);
+    expect_draw_buffers(0x7FFFFFFF, 4096, 0);
+    expect_draw_buffers(0x100000002, 2, 2);
+    expect_draw_buffers(-1, -1, 0);
+    expect_draw_buffers(-254, -254, 2);
+    EXPECT_EQ(temporary_pos, position);
+
+    const i32 extremes[] = {INT32_MIN, INT32_MAX};
+    u8 bytes[1 + sizeof extremes];
+    std::memcpy(bytes + 1, extremes, sizeof extremes);
+    gl::load_into_library();
+    pipeline_draw_buffers({bytes + 1, 2});
+    EXPECT_EQ(gl::take(), "glDrawBuffers(2, pointer)" + gl::list<GLuint>({0, 0x80008CDF}));
+}
+
+// A graphics function that the headers declare and no table calls is a hole in this test.
+TEST_F(GraphicsCallsTest, EveryGraphicsFunctionIsCalled) {
+    std::set<std::string> called;
+    const auto add = [&](const auto& cases) {
+        for (const auto& c : cases) {
+            called.insert(c.function);
+        }
+    };
+    add(shader_cases);
+    add(texture_cases);
+    add(geometry_cases);
+    add(pipeline_cases);
+    add(truth_cases);
+
+    std::set<std::string> declared;
+    for (const auto& entry : std::filesystem::directory_iterator(SOURCE_DIR "/src/api")) {
+        if (entry.path().filename().string().rfind("graphics", 0) != 0) continue;
+        std::ifstream file(entry.path());
+        const std::string header(std::istreambuf_iterator<char>(file), {});
+        const std::regex declaration("\nHALVORIN_API[^;(]*[ *]([a-z0-9_]+)\\(");
+        for (std::sregex_iterator i(header.begin(), header.end(), declaration), end; i != end;
+             ++i) {
+            declared.insert((*i)[1]);
+        }
+    }
+    EXPECT_GE(declared.size(), 148u);
+    EXPECT_EQ(called, declared);
+}
+
+} // namespace

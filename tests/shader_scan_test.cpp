@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Zlib
+// The search for directives, in both of its widths, against the plainest of means. A host meets
+// only the one that suits its processor.
+
+#include "graphics/shader_scan.h"
+
+#include "support/guarded_text.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+#include <string>
+
+using namespace halvorin;
+
+namespace {
+
+using stages = std::array<std::string, shader_stages>;
+
+stages split_plainly(std::string_view text) {
+    const std::string_view words[] = {"#vertex", "#fragment", "#geometry"};
+    stages found;
+    std::string* open = nullptr;
+    size_t start = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        for (size_t stage = 0; stage < shader_stages; ++stage) {
+            const size_t white = i + words[stage].size();
+            if (text.substr(i, words[stage].size()) != words[stage]) continue;
+            if (white + 1 >= text.size()) continue;
+            if (std::string_view(" \t\n\r").find(text[white]) == std::string_view::npos) continue;
+            if (open) *open = text.substr(start, i - start);
+            open = &found[stage];
+            start = white + 1;
+        }
+    }
+    if (open) *open = text.substr(start);
+    return found;
+}
+
+stages split(Slice text, bool wide) {
+    const shader_texts texts =
+        split_stages(static_cast<char*>(text.data), static_cast<i32>(text.count), wide);
+    stages found;
+    for (size_t i = 0; i < shader_stages; ++i) {
+        if (texts.of[i].length != 0) {
+            found[i].assign(texts.of[i].data, static_cast<size_t>(texts.of[i].length));
+        }
+    }
+    return found;
+}
+
+// Texts of all lengths around the blocks that the search goes by. They end where memory ends.
+void expect_all_found(bool wide) {
+    const std::string_view pieces[] = {"#vertex\n",  "#fragment ", "#geometry\t", "#vertex",
+                                       "#fragment",  "#geometry",  "#",           "#v",
+                                       "#w",         "#f ",        "#if x\n",     "#version 330\n",
+                                       "float x;\n", "a",          " ",           "}\r\n"};
+    guarded_text text("");
+    std::mt19937 random(7);
+    for (int round = 0; round < 20000; ++round) {
+        std::string source(random() % 70, '.');
+        for (auto count = random() % 12; count > 0; --count) {
+            source += pieces[random() % std::size(pieces)];
+            source.append(random() % 4 == 0 ? random() % 130 : 0, '-');
+        }
+        ASSERT_EQ(split(text.assign(source), wide), split_plainly(source)) << source;
+    }
+}
+
+TEST(ShaderScanTest, FindsDirectivesWhereverTheyStandAndReadsNothingBehindTheText) {
+    expect_all_found(false);
+}
+
+TEST(ShaderScanTest, FindsTheSameWithWideVectors) {
+    if (!__builtin_cpu_supports("avx2")) GTEST_SKIP() << "the processor has no AVX2";
+    expect_all_found(true);
+}
+
+} // namespace
