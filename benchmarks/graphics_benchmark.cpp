@@ -4,13 +4,11 @@
 // gives the ratio of our median to the peer's (`of_`) beside its goal (`goal_`).
 #include <halvorin_system/graphics.h>
 
-#include <benchmark/benchmark.h>
+#include "in_turn.h"
+
 #include <dlfcn.h>
 #include <glad/gl.h>
 
-#include <algorithm>
-#include <array>
-#include <chrono>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -73,35 +71,6 @@ template <class Pointer> Pointer exported(const char* name) {
 }
 #define LOADED(function)   (*exported<decltype(&glad_gl##function)>("glad_gl" #function))
 #define EXPORTED(function) exported<decltype(&function)>(#function)
-
-template <class Way> double seconds_of(const Way& way) {
-    const auto start = std::chrono::steady_clock::now();
-    way();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-// Every round runs each way once: what slows the machine for a while slows all of them.
-template <class... Ways>
-std::array<double, sizeof...(Ways)> medians_in_turn(benchmark::State& state, const Ways&... ways) {
-    std::array<std::vector<double>, sizeof...(Ways)> times;
-    for (auto _ : state) {
-        size_t way = 0;
-        (times[way++].push_back(seconds_of(ways)), ...);
-        state.SetIterationTime(times[0].back());
-    }
-    std::array<double, sizeof...(Ways)> medians;
-    std::transform(times.begin(), times.end(), medians.begin(), [](std::vector<double>& all) {
-        const auto middle = all.begin() + static_cast<ptrdiff_t>(all.size() / 2);
-        std::nth_element(all.begin(), middle, all.end());
-        return *middle;
-    });
-    return medians;
-}
-
-void show(benchmark::State& state, const std::string& peer, double ratio, double goal) {
-    state.counters["of_" + peer] = ratio;
-    state.counters["goal_" + peer] = goal;
-}
 
 // Both calls take the same time whatever their arguments are, as long as all are mapped.
 template <class Ours, class Bare>

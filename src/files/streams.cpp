@@ -34,7 +34,10 @@ bool find_mode(file_mode mode, stream_mode* found) {
 alignas(64) constinit u8 copy_block[65536] = {};
 
 // Ends at the first short read, be it the end or an error. What the target takes isn't looked at.
+// The blocks need no buffers of the streams' own.
 void copy_content(FILE* source, FILE* target) {
+    std::setvbuf(source, nullptr, _IONBF, 0);
+    std::setvbuf(target, nullptr, _IONBF, 0);
     size_t count = sizeof copy_block;
     while (count == sizeof copy_block) {
         count = std::fread(copy_block, 1, sizeof copy_block, source);

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Zlib
+#include "frame/lifecycle.h"
+
 #include "api/frame.h"
 #include "display/frame_state.h"
 #include "display/window.h"
@@ -31,8 +33,6 @@ constexpr InitFlag init_flags[] = {
 };
 // clang-format on
 
-// SDL2 keeps the driver's way of making cursors when video ends, and would call into a driver that
-// is gone.
 constinit bool video_has_run = false;
 
 u32 to_sdl_init_flags(system_init_flags flags) {
@@ -53,11 +53,10 @@ void start_sdl(u32 sdl_flags) {
 }
 
 void create_cursors() {
-    const bool video_runs = SDL_WasInit(SDL_INIT_VIDEO) != 0;
+    const bool gone = video_driver_is_gone();
     for (std::size_t i = 0; i < std::size(system_cursors); i++) {
-        const bool may_ask = video_runs || !video_has_run;
         system_cursors[i] =
-            may_ask ? SDL_CreateSystemCursor(static_cast<SDL_SystemCursor>(i)) : nullptr;
+            gone ? nullptr : SDL_CreateSystemCursor(static_cast<SDL_SystemCursor>(i));
     }
 }
 
@@ -68,6 +67,10 @@ void free_cursors() {
 }
 
 } // namespace
+
+bool halvorin::video_driver_is_gone() {
+    return video_has_run && SDL_WasInit(SDL_INIT_VIDEO) == 0;
+}
 
 void system_init(system_init_flags flags) {
     if ((flags & SYSTEM_INIT_EVENTS) != 0) {

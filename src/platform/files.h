@@ -12,7 +12,15 @@ namespace halvorin {
 
 // Ways to open a stream. Only the first three are free of a translation of line ends on systems
 // that know one.
-enum class stream_mode : u8 { write, read, read_write, append, read_append, text_write, text_read };
+enum class stream_mode : u8 {
+    write,
+    read,
+    read_write,
+    append,
+    read_append,
+    text_write,
+    text_read
+};
 
 // Opens a stream. A directory is no file, whichever way it is opened: null.
 FILE* open_stream(const path_char* path, stream_mode mode);

@@ -138,9 +138,11 @@ bool is_directory_entry(int directory, const dirent& entry) {
 
 } // namespace
 
+// For writing the system itself refuses a directory.
 FILE* open_stream(const char* path, stream_mode mode) {
     FILE* const stream = std::fopen(path, mode_text(mode));
-    if (stream == nullptr) return nullptr;
+    const bool may_be_directory = mode == stream_mode::read || mode == stream_mode::text_read;
+    if (stream == nullptr || !may_be_directory) return stream;
     struct stat status;
     if (fstat(fileno(stream), &status) == 0 && !S_ISDIR(status.st_mode)) return stream;
     std::fclose(stream);

@@ -20,9 +20,6 @@ struct counter {
     void unit(u32) {
         ++units;
     }
-    void pair(u32, u32) {
-        units += 2;
-    }
     void ascii_block(const u8*, i64 known) {
         units += block - known;
     }
@@ -35,11 +32,6 @@ struct writer {
         const auto narrow = static_cast<u16>(value);
         std::memcpy(at, &narrow, sizeof narrow);
         at += sizeof narrow;
-    }
-    void pair(u32 high, u32 low) {
-        const u16 both[] = {static_cast<u16>(high), static_cast<u16>(low)};
-        std::memcpy(at, both, sizeof both);
-        at += sizeof both;
     }
     // The first `known` of the bytes have been stored before, and are stored once more.
     void ascii_block(const u8* text, i64 known) {
@@ -87,7 +79,7 @@ i64 ill_formed_length(const u8* text, i64 count) {
     return lead >= 0xF0 && count > 2 && following(text[2]) < 0x40 ? 3 : 2;
 }
 
-// One character. Gives the bytes that it took.
+// One character of a text that has at least `count` bytes more. Gives the bytes that it took.
 template <class Target> inline i64 character(const u8* text, i64 count, Target& target) {
     const u32 lead = text[0];
     if (lead < 0x80) {
@@ -112,10 +104,10 @@ template <class Target> inline i64 character(const u8* text, i64 count, Target& 
         const u32 second = following(text[1]);
         const u32 third = following(text[2]);
         const u32 fourth = following(text[3]);
-        const u32 value = (lead & 0x0F) << 18 | second << 12 | third << 6 | fourth;
-        const u32 above = value - 0x10000;
+        const u32 above = ((lead & 0x0F) << 18 | second << 12 | third << 6 | fourth) - 0x10000;
         if ((second | third | fourth) < 0x40 && above < 0x100000) {
-            target.pair(0xD800 | above >> 10, 0xDC00 | (above & 0x3FF));
+            target.unit(0xD800 | above >> 10);
+            target.unit(0xDC00 | (above & 0x3FF));
             return 4;
         }
     }
@@ -126,19 +118,21 @@ template <class Target> inline i64 character(const u8* text, i64 count, Target& 
 // Full blocks of ASCII go as they are; nothing is stored ahead of being known to belong to the
 // result, since another path may stand right behind it.
 template <class Target> inline void convert(const u8* text, i64 count, Target& target) {
+    constexpr i64 longest = 4;
     const u8* const end = text + count;
     while (end - text >= block) {
-        if (is_ascii_block(text)) {
+        if (*text < 0x80 && is_ascii_block(text)) {
             target.ascii_block(text, 0);
             text += block;
             continue;
         }
+        if (end - text < block + longest - 1) break;
         for (const u8* const stop = text + block; text < stop;) {
-            text += character(text, end - text, target);
+            text += character(text, longest, target);
         }
     }
     // The rest and what came before it may fill a block of ASCII once more.
-    if (count >= block && text != end && is_ascii_block(end - block)) {
+    if (count >= block && text != end && end - text < block && is_ascii_block(end - block)) {
         target.ascii_block(end - block, block - (end - text));
         return;
     }
@@ -155,7 +149,8 @@ i64 utf16_length(const u8* text, i64 count) {
     return target.units;
 }
 
-i64 utf16_convert(const u8* text, i64 count, u8* units) {
+// How its short loops lie against the lines of the code's cache is a third of the time.
+[[gnu::aligned(64)]] i64 utf16_convert(const u8* text, i64 count, u8* units) {
     writer target{units};
     convert(text, count, target);
     return (target.at - units) / 2;

@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: Zlib
+#pragma once
+
+#include "api/files.h"
+#include "support/guarded_text.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+// Every path ends at an unreadable page.
+class path_text : public guarded_text {
+public:
+    explicit path_text(const fs::path& path) : guarded_text(path.native()) {
+    }
+    operator Slice() const {
+        return slice();
+    }
+};
+using P = path_text;
+
+inline void write_text(const fs::path& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+inline std::string read_text(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+inline std::string bytes_of(const Slice& text) {
+    return {static_cast<const char*>(text.data), static_cast<size_t>(text.count)};
+}
+
+// All that stands in a directory: kind, inode and content of each name.
+inline std::map<std::string, std::string> snapshot(const fs::path& directory) {
+    std::map<std::string, std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(directory)) {
+        struct stat status;
+        lstat(entry.path().c_str(), &status);
+        std::string text =
+            std::to_string(status.st_mode) + " " + std::to_string(status.st_ino) + " ";
+        if (entry.is_symlink())
+            text += fs::read_symlink(entry.path()).native();
+        else if (entry.is_regular_file())
+            text += read_text(entry.path());
+        found[entry.path().native()] = text;
+    }
+    return found;
+}
+
+inline fs::path fresh_directory(const fs::path& parent) {
+    std::string path = (parent / "files-test-XXXXXX").native();
+    if (mkdtemp(path.data()) == nullptr)
+        throw std::runtime_error("no directory in " + parent.native());
+    return path;
+}
+
+class Files : public ::testing::Test {
+protected:
+    void TearDown() override {
+        fs::remove_all(root);
+    }
+    // One of each: file, hard link to it, directories, links to a file, to a directory, to nowhere.
+    void make_one_of_each() const {
+        write_text(root / "file", "content");
+        write_text(root / "other", "other content");
+        fs::create_hard_link(root / "file", root / "hard");
+        fs::create_directory(root / "directory");
+        write_text(root / "directory/inside", "x");
+        fs::create_directory(root / "empty");
+        fs::create_symlink("file", root / "link");
+        fs::create_directory_symlink("directory", root / "directory_link");
+        fs::create_symlink("nothing", root / "dangling");
+        mkfifo((root / "fifo").c_str(), 0666);
+    }
+    const fs::path root = fresh_directory(fs::temp_directory_path());
+};
+
+inline std::set<std::string> names_in(const Slice& array) {
+    std::set<std::string> names;
+    for (i64 i = 0; i < array.count; ++i) {
+        names.insert(bytes_of(static_cast<const Slice*>(array.data)[i]));
+    }
+    return names;
+}
+
+inline DirectoryContent content_of(const fs::path& path) {
+    DirectoryContent content = {};
+    directory_get_content(&content, P(path));
+    return content;
+}
+
+inline size_t open_descriptors() {
+    return static_cast<size_t>(
+        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+}
