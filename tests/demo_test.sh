@@ -1,0 +1,117 @@
+#!/usr/bin/env bash
+# The example hosts, run as a user runs them.
+#   demo_test.sh pictures LIBRARY EXAMPLES SOURCES   off screen; without LIBRARY ("") no host in Python
+#   demo_test.sh keys EXAMPLES                       in a window on the X server that DISPLAY names
+set -euo pipefail
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+fail() {
+    echo "FAILED: $*" >&2
+    exit 1
+}
+
+# eventually WHAT COMMAND...: half a minute for the command to become true.
+eventually() {
+    local end=$((SECONDS + 30))
+    while ((SECONDS < end)); do
+        "${@:2}" > /dev/null 2>&1 && return
+        sleep 0.2
+    done
+    fail "never saw $1"
+}
+
+gone() { ! kill -0 "$1"; }
+
+# refuses MESSAGE COMMAND...: exit status 1, and one line that says why.
+refuses() {
+    local status=0
+    "${@:2}" > "$work/out" 2> "$work/err" || status=$?
+    [[ $status == 1 ]] || fail "${*:2}: exit status $status"
+    grep -qF "demo: $1" "$work/err" || fail "${*:2}: says '$(cat "$work/err")', not '$1'"
+}
+
+pictures() {
+    local library=$1 examples=$2 sources=$3 name line first=""
+    # Nothing tells the hosts of a display or a driver: they go off screen by themselves.
+    unset DISPLAY WAYLAND_DISPLAY SDL_VIDEODRIVER
+    declare -A hosts=([cpp]="$examples/demo" [c99]="$examples/demo_c99")
+    if [[ $library ]]; then
+        hosts[python]="python3 $sources/examples/demo.py --library $library"
+    else
+        echo "left out: the host in Python, which can't load a library with a sanitizer in it"
+        # The sanitizer's own dlopen doesn't search where the program says.
+        export LD_LIBRARY_PATH=$examples/..
+    fi
+    cp -r "$sources/examples/assets" "$work/assets"
+    echo "no picture" > "$work/assets/marble.jpg"
+
+    for name in "${!hosts[@]}"; do
+        # shellcheck disable=SC2206
+        local host=(${hosts[$name]}) picture=$work/$name.png
+        line=$("${host[@]}" --output "$picture")
+        local sum
+        sum=$(convert "$picture" -depth 8 rgb:- | python3 -c 'import sys, zlib; print("%08x" % zlib.crc32(sys.stdin.buffer.read()))')
+        [[ $line == "$picture: 960 x 540, CRC-32 $sum" ]] || fail "$name prints '$line'; the file's pixels have $sum"
+        [[ $(identify -format '%w %h %m' "$picture") == "960 540 PNG" ]] || fail "$name: $(identify "$picture")"
+        first=${first:-$picture}
+        [[ $(compare -metric AE "$first" "$picture" null: 2>&1) == 0 ]] || fail "$name draws another picture than $first"
+
+        refuses "can't read $work/none/solid.glsl" "${host[@]}" --assets "$work/none"
+        refuses "can't load the picture $work/assets/marble.jpg" "${host[@]}" --assets "$work/assets"
+        refuses "can't write $work/none/a.png" "${host[@]}" --frames 1 --output "$work/none/a.png"
+    done
+
+    # The three could agree on an empty view, or on one that stands still.
+    (($(identify -format %k "$first") > 20000)) || fail "the picture has $(identify -format %k "$first") colours"
+    "$examples/demo" --frames 1 --output "$work/early.png" > /dev/null
+    (($(compare -metric AE "$first" "$work/early.png" null: 2>&1 || true) > 20000)) || fail "the solid doesn't turn"
+
+    # The smallest host runs until it is told to end. (Scripts start background jobs deaf to SIGINT.)
+    SDL_VIDEODRIVER=offscreen "$examples/01_window" &
+    sleep 2
+    kill -0 $! || fail "01_window ended by itself"
+    kill $!
+    wait $! || fail "01_window: exit status $?"
+}
+
+keys() {
+    local shot=$work/shot.png window round
+    # saves KEY SIZE: the key saves the frame, which has the size by now.
+    saves() {
+        rm -f "$shot"
+        xdotool key "$1"
+        sleep 1
+        [[ $(identify -format '%wx%h' "$shot") == "$2" && $(tail -n 1 "$work/out") == "$shot: "* ]]
+    }
+    # moves: the window shows a frame, and then another one.
+    moves() {
+        import -window "$window" "$work/one.png"
+        sleep 0.5
+        import -window "$window" "$work/two.png"
+        (($(identify -format %k "$work/one.png") > 10000)) &&
+            [[ $(compare -metric AE "$work/one.png" "$work/two.png" null: 2>&1) != 0 ]]
+    }
+
+    unset SDL_VIDEODRIVER WAYLAND_DISPLAY
+    "$1/demo" --output "$shot" > "$work/out" 2> "$work/err" &
+    demo=$!
+    trap 'kill $demo 2> /dev/null || true; rm -rf "$work"' EXIT
+    eventually "the window" xdotool search --onlyvisible --name '^halvorin system$'
+    window=$(xdotool search --onlyvisible --name '^halvorin system$')
+    xdotool windowfocus --sync "$window"
+
+    eventually "a picture by F12, as large as the window" saves F12 960x540
+    xdotool windowsize --sync "$window" 640 400
+    eventually "a picture by P, as large as the window is now" saves p 640x400
+    for round in "software graphics" "hardware graphics again"; do
+        xdotool key F2
+        sleep 2 # frames from before the key don't count
+        eventually "frames under $round" moves
+    done
+    xdotool key Escape
+    eventually "the end after Escape" gone $demo
+    wait $demo || fail "exit status $? after Escape: $(cat "$work/err")"
+}
+
+"$@"
