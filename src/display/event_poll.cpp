@@ -43,9 +43,11 @@ u8 shared_code(u8 code) {
     return static_cast<u8>(KEY_CONTROL + (code - KEY_LEFT_CONTROL) % 4);
 }
 
-// False for a scancode without a key of ours.
+// False for a scancode without a key of ours. It is read as a number: anyone may push an event with
+// one that SDL2's enumeration can't hold.
 bool find_key(const SDL_Keysym& symbol, u8& code) {
-    const auto scancode = static_cast<u32>(symbol.scancode);
+    u32 scancode = 0;
+    std::memcpy(&scancode, &symbol.scancode, sizeof(scancode));
     if (scancode >= sizeof(to_key_code)) return false;
     code = to_key_code[scancode];
     return code < KEY_CODES;

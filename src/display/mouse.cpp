@@ -4,6 +4,7 @@
 #include "display/frame_state.h"
 #include "display/window.h"
 #include "frame/boundary.h"
+#include "frame/lifecycle.h"
 
 #include <SDL.h>
 
@@ -67,14 +68,20 @@ void input_mouse_position(i32* x, i32* y) {
 }
 
 void input_mouse_global_position(i32* x, i32* y) {
+    if (video_driver_is_gone()) {
+        *x = *y = 0;
+        return;
+    }
     SDL_GetGlobalMouseState(x, y);
 }
 
 void input_mouse_set_visible(b8 on) {
+    if (video_driver_is_gone()) return;
     SDL_ShowCursor(is_true(on) ? SDL_ENABLE : SDL_DISABLE);
 }
 
 void input_mouse_set_relative(b8 on) {
+    if (video_driver_is_gone()) return;
     SDL_SetRelativeMouseMode(is_true(on) ? SDL_TRUE : SDL_FALSE);
 }
 
@@ -83,12 +90,13 @@ void input_mouse_set_position(i32 x, i32 y) {
 }
 
 void input_mouse_set_global_position(i32 x, i32 y) {
+    if (video_driver_is_gone()) return;
     SDL_WarpMouseGlobal(x, y);
 }
 
 void input_mouse_set_cursor(cursor_kind cursor) {
     cursor = low_bits(cursor);
-    if (cursor >= std::size(system_cursors)) return;
+    if (cursor >= std::size(system_cursors) || video_driver_is_gone()) return;
     SDL_SetCursor(static_cast<SDL_Cursor*>(system_cursors[cursor]));
 }
 

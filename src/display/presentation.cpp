@@ -51,6 +51,8 @@ void create_context() {
     opengl_context = SDL_GL_CreateContext(live_window());
     if (opengl_context == nullptr) stop_without_opengl();
     context_is_live = true;
+    // SDL2 unloads OpenGL with its last window, and with EGL that ends all contexts.
+    SDL_GL_LoadLibrary(nullptr);
     if (gladLoadGL(reinterpret_cast<GLADloadfunc>(SDL_GL_GetProcAddress)) == 0) {
         stop_without_opengl();
     }
@@ -123,6 +125,7 @@ void halvorin::release_software_renderer() {
 void halvorin::release_opengl_context() {
     if (!context_is_live) return;
     SDL_GL_DeleteContext(opengl_context);
+    SDL_GL_UnloadLibrary();
     context_is_live = false;
 }
 

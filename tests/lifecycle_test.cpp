@@ -1,0 +1,274 @@
+// SPDX-License-Identifier: Zlib
+#include "api/system.h"
+
+#include <SDL.h>
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <string>
+
+// Start, stop and services, seen from a host that also looks at SDL2 itself.
+
+namespace {
+
+constexpr u32 all_parts = SYSTEM_INIT_TIMER | SYSTEM_INIT_AUDIO | SYSTEM_INIT_VIDEO |
+                          SYSTEM_INIT_EVENTS | SYSTEM_INIT_JOYSTICK | SYSTEM_INIT_HAPTIC;
+
+// Taken while the program is being loaded, ahead of all tests.
+const bool keys_unmapped_at_load =
+    std::all_of(to_key_code, to_key_code + 285, [](u8 code) { return code == 0; });
+
+Slice slice(const std::string& text) {
+    return {const_cast<char*>(text.data()), static_cast<i64>(text.size())};
+}
+
+bool has_cursors() {
+    return std::any_of(system_cursors, system_cursors + 12, [](void* c) { return c != nullptr; });
+}
+
+class LifecycleTest : public testing::Test {
+protected:
+    void TearDown() override {
+        display_close();
+        system_release();
+    }
+};
+
+using ServicesTest = LifecycleTest;
+
+void push_key(SDL_Scancode scancode) {
+    SDL_Event event = {};
+    event.type = SDL_KEYDOWN;
+    event.key.keysym.scancode = scancode;
+    SDL_PushEvent(&event);
+}
+
+void push_motion(i32 x, i32 y) {
+    SDL_Event event = {};
+    event.type = SDL_MOUSEMOTION;
+    event.motion.x = x;
+    event.motion.y = y;
+    event.motion.xrel = 3;
+    SDL_PushEvent(&event);
+}
+
+void push_drop(const char* path) {
+    SDL_Event event = {};
+    event.type = SDL_DROPFILE;
+    event.drop.file = SDL_strdup(path);
+    SDL_PushEvent(&event);
+}
+
+} // namespace
+
+TEST_F(LifecycleTest, ReleaseIsHarmlessInEveryOrder) {
+    system_release();
+    system_release();
+    for (const u32 flags : {0u, u32{SYSTEM_INIT_VIDEO}, all_parts}) {
+        SCOPED_TRACE(flags);
+        system_init(flags);
+        system_init(flags);
+        system_release();
+        EXPECT_EQ(SDL_WasInit(0), 0u);
+        system_release();
+    }
+}
+
+TEST_F(LifecycleTest, EachFlagStartsItsPartAndHigherBitsAreIgnored) {
+    const struct {
+        u32 host, sdl;
+    } cases[] = {
+        {0, 0},
+        {SYSTEM_INIT_TIMER, SDL_INIT_TIMER},
+        {SYSTEM_INIT_AUDIO, SDL_INIT_AUDIO | SDL_INIT_EVENTS},
+        {SYSTEM_INIT_VIDEO, SDL_INIT_VIDEO | SDL_INIT_EVENTS},
+        {SYSTEM_INIT_EVENTS, SDL_INIT_EVENTS},
+        {SYSTEM_INIT_JOYSTICK, SDL_INIT_JOYSTICK | SDL_INIT_EVENTS},
+        {SYSTEM_INIT_HAPTIC, SDL_INIT_HAPTIC},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.host);
+        system_init(c.host | 0xFFFFFFC0u);
+        EXPECT_EQ(SDL_WasInit(0), c.sdl);
+        system_release();
+    }
+}
+
+TEST_F(LifecycleTest, APartThatCannotStartCostsNoOther) {
+    setenv("SDL_AUDIODRIVER", "nonexistent", 1);
+    system_init(all_parts);
+    EXPECT_EQ(SDL_WasInit(SDL_INIT_AUDIO), 0u);
+    const u32 others = SDL_INIT_TIMER | SDL_INIT_VIDEO | SDL_INIT_EVENTS | SDL_INIT_JOYSTICK;
+    EXPECT_EQ(SDL_WasInit(others), others);
+    EXPECT_EQ(display_open(64, 64, slice("no sound"), DISPLAY_HIDDEN, 0), 1);
+    int profile = 0;
+    SDL_GL_GetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, &profile);
+    EXPECT_EQ(profile, SDL_GL_CONTEXT_PROFILE_CORE);
+    display_close();
+    system_release();
+
+    const std::string driver = std::getenv("SDL_VIDEODRIVER");
+    setenv("SDL_AUDIODRIVER", "dummy", 1);
+    setenv("SDL_VIDEODRIVER", "nonexistent", 1);
+    system_init(all_parts);
+    EXPECT_EQ(SDL_WasInit(SDL_INIT_AUDIO | SDL_INIT_VIDEO), u32{SDL_INIT_AUDIO});
+    EXPECT_FALSE(has_cursors());
+    EXPECT_EQ(display_open(64, 64, slice("no video"), DISPLAY_SOFTWARE, 0), 0);
+    input_poll();
+    setenv("SDL_VIDEODRIVER", driver.c_str(), 1);
+}
+
+TEST_F(LifecycleTest, ManyLivesEachWithAWorkingDisplay) {
+    for (int life = 0; life < 4; life++) {
+        SCOPED_TRACE(life);
+        system_init(all_parts);
+        // The variables still hold what the life before left.
+        if (life > 0) {
+            EXPECT_EQ(display_open(64, 64, slice("second"), 0, 0), 0);
+        }
+        display_close();
+        EXPECT_EQ(sdl_window, nullptr);
+        const u16 flags = life % 2 == 0 ? 0 : DISPLAY_SOFTWARE;
+        ASSERT_EQ(display_open(64, 64, slice("display"), flags, 0), 1);
+        EXPECT_EQ(SDL_GL_GetCurrentContext() != nullptr, life % 2 == 0);
+        EXPECT_EQ(SDL_GetRenderer(static_cast<SDL_Window*>(sdl_window)) != nullptr, life % 2 == 1);
+        input_poll();
+        system_release();
+        EXPECT_EQ(SDL_WasInit(0), 0u);
+        system_release();
+    }
+}
+
+TEST_F(LifecycleTest, KeysAreUnmappedUntilEventsAreAskedFor) {
+    EXPECT_TRUE(keys_unmapped_at_load);
+    std::fill_n(to_key_code, 285, u8{7});
+    system_init(all_parts & ~u32{SYSTEM_INIT_EVENTS});
+    EXPECT_EQ(std::count(to_key_code, to_key_code + 285, 7), 285);
+    system_init(SYSTEM_INIT_EVENTS);
+    EXPECT_EQ(std::count(to_key_code, to_key_code + 285, 255), 285 - 102);
+}
+
+TEST_F(LifecycleTest, InitWithEventsClearsWhatHappenedAndKeepsWhereThingsAre) {
+    system_init(SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS);
+    ASSERT_EQ(display_open(64, 64, slice("display"), DISPLAY_SOFTWARE, 0), 1);
+    input_poll();
+    push_key(SDL_SCANCODE_A);
+    push_motion(11, 12);
+    push_drop("/a/path");
+    SDL_Event button = {};
+    button.type = SDL_MOUSEBUTTONDOWN;
+    button.button.button = SDL_BUTTON_RIGHT;
+    SDL_PushEvent(&button);
+    SDL_Event wheel = {};
+    wheel.type = SDL_MOUSEWHEEL;
+    wheel.wheel.y = 2;
+    SDL_PushEvent(&wheel);
+    SDL_Event close = {};
+    close.type = SDL_QUIT;
+    SDL_PushEvent(&close);
+    input_poll();
+    const i32 arena = temporary_pos;
+
+    const auto everything_there = [](u8 count) {
+        Slice drop = {};
+        display_file_dropped(&drop);
+        i32 x = 0;
+        i32 y = 0;
+        input_mouse_moved(&x, &y);
+        EXPECT_EQ(input_key_is_held(KEY_ANY), count);
+        EXPECT_EQ(input_key_is_pressed(KEY_A), count);
+        EXPECT_EQ(input_mouse_is_held(MOUSE_ANY), count);
+        EXPECT_EQ(input_mouse_is_pressed(MOUSE_RIGHT), count);
+        EXPECT_EQ(input_last_pressed_key(), count * KEY_A);
+        EXPECT_EQ(input_last_pressed_mouse_button(), count * MOUSE_RIGHT);
+        EXPECT_EQ(display_is_closed(), count);
+        EXPECT_EQ(input_mouse_wheel(), count * 2);
+        EXPECT_EQ(x, count * 3);
+        EXPECT_EQ(drop.count, count * 7);
+        EXPECT_EQ(std::string(static_cast<char*>(drop.data), 7), "/a/path");
+        input_mouse_position(&x, &y);
+        EXPECT_EQ(x, 11);
+        EXPECT_EQ(y, 12);
+    };
+    everything_there(1);
+    system_init(all_parts & ~u32{SYSTEM_INIT_EVENTS});
+    everything_there(1);
+    system_init(SYSTEM_INIT_EVENTS);
+    everything_there(0);
+    EXPECT_EQ(temporary_pos, arena);
+}
+
+TEST_F(ServicesTest, ExecuteWaitsForTheShellAndRefusesOverLongCommands) {
+    char folder[] = "/tmp/lifecycle_XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    const std::string marks[] = {std::string(folder) + "/plain", std::string(folder) + "/longest",
+                                 std::string(folder) + "/over"};
+    const auto exists = [](const std::string& path) { return access(path.c_str(), F_OK) == 0; };
+    system_execute(slice("sleep 0.2; exec >" + marks[0] + "; exit 3" + std::string("\0 junk", 6)));
+    EXPECT_TRUE(exists(marks[0]));
+    const auto padded = [](std::string command, std::size_t size) {
+        command += " #";
+        command.resize(size, 'x');
+        return command;
+    };
+    system_execute(slice(padded("touch " + marks[1], 16383)));
+    EXPECT_TRUE(exists(marks[1]));
+    system_execute(slice(padded("touch " + marks[2], 16384)));
+    EXPECT_FALSE(exists(marks[2]));
+    system_execute({nullptr, 0});
+    system_execute(slice("rm -r " + std::string(folder)));
+    EXPECT_FALSE(exists(folder));
+}
+
+TEST_F(ServicesTest, ClocksAndSleepAgree) {
+    system_init(0);
+    EXPECT_NEAR(static_cast<double>(system_time()), static_cast<double>(std::time(nullptr)), 1.0);
+    const u64 counter = system_performance_counter();
+    const u64 ticks = system_ticks();
+    system_sleep(50);
+    const u64 passed = system_performance_counter() - counter;
+    const u64 frequency = system_performance_frequency();
+    ASSERT_GT(frequency, 1000u);
+    EXPECT_GE(passed, frequency / 20);
+    EXPECT_LT(passed, frequency * 5);
+    EXPECT_GE(system_ticks() - ticks, 49u);
+    EXPECT_LE(system_ticks(), 0xFFFFFFFFu);
+}
+
+TEST_F(ServicesTest, LibrariesAreLoadedSearchedAndUnloaded) {
+    const std::string name = "libBrokenLocale.so.1";
+    ASSERT_EQ(dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD), nullptr);
+    void* library = system_load_library(slice(name));
+    ASSERT_NE(library, nullptr);
+    // The byte behind a name isn't part of it.
+    std::string function = "__ctype_get_mb_cur_max?";
+    const auto longest_character =
+        reinterpret_cast<std::size_t (*)()>(system_load_function(library, {function.data(), 22}));
+    ASSERT_NE(longest_character, nullptr);
+    EXPECT_EQ(longest_character(), 1u);
+    EXPECT_EQ(system_load_function(library, slice("no_such_function")), nullptr);
+    EXPECT_EQ(system_load_function(library, {nullptr, 0}), nullptr);
+    EXPECT_EQ(system_load_function(library, slice(std::string(16384, 'x'))), nullptr);
+    EXPECT_EQ(system_load_function(nullptr, slice("malloc")), nullptr);
+    system_unload_library(library);
+    EXPECT_EQ(dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD), nullptr);
+    system_unload_library(nullptr);
+
+    EXPECT_EQ(system_load_library(slice("/no/such/library.so")), nullptr);
+    // Slashes make the C library's path as long as one likes.
+    Dl_info c_library = {};
+    ASSERT_NE(dladdr(reinterpret_cast<void*>(&getenv), &c_library), 0);
+    const auto path = [&](std::size_t size) {
+        std::string text = c_library.dli_fname;
+        return text.insert(text.rfind('/'), size - text.size(), '/');
+    };
+    library = system_load_library(slice(path(4000)));
+    EXPECT_NE(library, nullptr) << SDL_GetError();
+    system_unload_library(library);
+    EXPECT_EQ(system_load_library(slice(path(16384))), nullptr);
+}
