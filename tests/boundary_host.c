@@ -63,19 +63,24 @@ static Slice in_folder(const char* name) {
     return text(path);
 }
 
+/* The address of a wide text may be odd. */
+static int is_empty_wide(const unsigned char* wide) {
+    return wide[0] == 0 && wide[1] == 0;
+}
+
 static void empty_slices_are_not_looked_at(void) {
-    FIND(to_wide_cstr, uint16_t*, (Slice));
+    FIND(to_wide_cstr, unsigned char*, (Slice));
     FIND(file_exists, uint8_t, (Slice));
     const Slice empties[] = {{NULL, 0}, {(void*)1, 0}, {(void*)~(uintptr_t)0, -1}, {(void*)1, INT64_MIN}};
     const int32_t* position = dlsym(library, "temporary_pos");
     for (size_t i = 0; i < sizeof(empties) / sizeof(empties[0]); i++) {
         const int32_t before = *position;
-        CHECK(*to_wide_cstr(empties[i]) == 0);
+        CHECK(is_empty_wide(to_wide_cstr(empties[i])));
         CHECK(*position == before + 2);
         CHECK(file_exists(empties[i]) == 0);
     }
     const Slice huge = {"a", INT64_MAX};
-    CHECK(*to_wide_cstr(huge) == 0);
+    CHECK(is_empty_wide(to_wide_cstr(huge)));
     CHECK(file_exists(huge) == 0);
     CHECK(*position >= 0 && *position <= 16384);
 }

@@ -11,12 +11,14 @@
  *   input.h     event poll, keyboard and mouse
  *   graphics.h  OpenGL 3.3 in the library's numbers
  *   images.h    image files to pixels and back
+ *   audio.h     sound files, streams, conversion, player and recorder
  *
  * Every header compiles alone, as C99 and as C++.
  */
 
 #include "types.h"
 
+#include "audio.h"
 #include "display.h"
 #include "files.h"
 #include "frame.h"

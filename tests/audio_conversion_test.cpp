@@ -1,0 +1,430 @@
+// SPDX-License-Identifier: Zlib
+// Every conversion against a model that works on values, one sample after the other. Each check is
+// made with both sets of passes, so that a processor with AVX2 doesn't leave the other untried.
+#include "audio/conversion_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+#include <xmmintrin.h>
+
+namespace halvorin {
+namespace {
+
+using byte_block = std::vector<u8>;
+
+constexpr u8 formats[] = {0, 1, 2, 3, 4, 5, 6, 7, 255};
+const char* const pass_names[] = {"SSE2", "AVX2"};
+
+size_t width_of(u8 format) {
+    constexpr size_t widths[] = {1, 2, 4, 1, 2, 4, 4};
+    return format < 7 ? widths[format] : 2;
+}
+
+bool is_unsigned(u8 format) {
+    return format < 3 || format > 6;
+}
+
+double scale_of(size_t width) {
+    return width == 1 ? 127.0 : width == 2 ? 32767.0 : 2147483647.0;
+}
+
+// The number that a sample stands for, 0 being silence.
+i64 integer_at(const u8* sample, u8 format) {
+    i64 value = 0;
+    for (size_t i = 0; i < width_of(format); ++i) {
+        value |= i64{sample[i]} << (8 * i);
+    }
+    const i64 half = i64{1} << (8 * width_of(format) - 1);
+    if (is_unsigned(format)) return value - half;
+    return value < half ? value : value - 2 * half;
+}
+
+u64 with_offset(i64 value, u8 format) {
+    const i64 half = i64{1} << (8 * width_of(format) - 1);
+    return static_cast<u64>(is_unsigned(format) ? value + half : value);
+}
+
+float float_at(const u8* sample) {
+    float value;
+    std::memcpy(&value, sample, sizeof value);
+    return value;
+}
+
+i64 integer_of(float sample, size_t width) {
+    const double product = static_cast<double>(sample) * scale_of(width);
+    const bool fits = product > -2147483649.0 && product < 2147483648.0;
+    return fits ? static_cast<i64>(product) : INT32_MIN;
+}
+
+i64 rescaled(i64 value, size_t from_width, size_t to_width) {
+    if (to_width >= from_width) return value * (i64{1} << (8 * (to_width - from_width)));
+    return value >> (8 * (from_width - to_width));
+}
+
+void put_bytes(u8* at, u64 value, size_t width) {
+    for (size_t i = 0; i < width; ++i) {
+        at[i] = static_cast<u8>(value >> (8 * i));
+    }
+}
+
+void append_bytes(byte_block& to, u64 value, size_t width) {
+    to.resize(to.size() + width);
+    put_bytes(to.data() + to.size() - width, value, width);
+}
+
+// The bytes of a sample in another format, as the low ones of a number.
+u64 converted_sample(const u8* sample, u8 from, u8 to) {
+    if (from == SAMPLE_FORMAT_F32 && to != SAMPLE_FORMAT_F32) {
+        return with_offset(integer_of(float_at(sample), width_of(to)), to);
+    }
+    const i64 value = integer_at(sample, from);
+    if (to == SAMPLE_FORMAT_F32 && from != SAMPLE_FORMAT_F32) {
+        const double quotient = static_cast<double>(value) / scale_of(width_of(from));
+        return std::bit_cast<u32>(static_cast<float>(quotient));
+    }
+    return with_offset(rescaled(value, width_of(from), width_of(to)), to);
+}
+
+byte_block model(const byte_block& samples, u8 from, u8 to) {
+    const size_t count = samples.size() / width_of(from);
+    byte_block result(count * width_of(to));
+    for (size_t i = 0; i < count; ++i) {
+        put_bytes(result.data() + i * width_of(to),
+                  converted_sample(samples.data() + i * width_of(from), from, to), width_of(to));
+    }
+    return result;
+}
+
+// Calls `check` with each set of passes that this processor can run.
+template <class Check> void with_each_pass(const Check& check) {
+    const conversion_passes* const all[] = {&sse2_passes, &avx2_passes};
+    for (size_t i = 0; i < 2; ++i) {
+        if (i == 1 && !has_avx2()) {
+            std::puts("this processor has no AVX2: its passes aren't tried");
+            return;
+        }
+        SCOPED_TRACE(pass_names[i]);
+        check(*all[i]);
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+byte_block converted(const conversion_passes& passes, byte_block block, u8 from, u8 to) {
+    Wave wave = {from, 2, 44100, static_cast<i64>(block.size()), nullptr};
+    const size_t count = block.size() / width_of(from);
+    block.resize(std::max(block.size(), count * width_of(to)));
+    wave.data = block.data();
+    convert_wave(wave, to, passes);
+    block.resize(count * width_of(to));
+    return block;
+}
+
+// A message of its own: two blocks of a million bytes are nothing to print.
+void expect_same(const byte_block& got, const byte_block& expected, size_t width) {
+    if (got == expected) return;
+    ASSERT_EQ(got.size(), expected.size());
+    const auto at = std::mismatch(got.begin(), got.end(), expected.begin()).first - got.begin();
+    ADD_FAILURE() << "sample " << static_cast<size_t>(at) / width << " differs";
+}
+
+void check_conversion(const byte_block& block, u8 from, u8 to) {
+    SCOPED_TRACE(testing::Message() << "format " << int{from} << " to " << int{to});
+    const byte_block expected = model(block, from, to);
+    with_each_pass([&](const conversion_passes& passes) {
+        expect_same(converted(passes, block, from, to), expected, width_of(to));
+    });
+}
+
+byte_block block_of(const std::vector<float>& samples) {
+    byte_block block;
+    for (const float sample : samples) {
+        append_bytes(block, std::bit_cast<u32>(sample), 4);
+    }
+    return block;
+}
+
+// The ends of all ranges with their neighbours, and what isn't a number.
+std::vector<float> edges() {
+    std::vector<float> found = {0.0F,       -0.0F,     0x1p-149F,
+                                -0x1p-149F, 0x1p-127F, INFINITY,
+                                -INFINITY,  NAN,       std::copysign(NAN, -1.0F)};
+    found.push_back(std::bit_cast<float>(0x7F800001)); // a signalling NaN
+    for (const double scale : {127.0, 32767.0, 2147483647.0}) {
+        for (const double product :
+             {0.5, 1.0, 2.0, 126.0, 127.0, 128.0, 129.0, 255.0, 256.0, 32766.0, 32767.0, 32768.0,
+              32769.0, 65535.0, 65536.0, 2147483646.0, 2147483648.0, 2147483904.0, 4294967296.0}) {
+            const float sample = static_cast<float>(product / scale);
+            for (const float near :
+                 {std::nextafterf(sample, 0), sample, std::nextafterf(sample, INFINITY)}) {
+                found.push_back(near);
+                found.push_back(-near);
+            }
+        }
+    }
+    return found;
+}
+
+// `count` samples of any kind. The wild ones leave the range now and then.
+byte_block samples_of(u8 format, size_t count, bool wild) {
+    u32 state = 12345;
+    const std::vector<float> wild_ones = edges();
+    byte_block block;
+    for (size_t i = 0; i < count; ++i) {
+        state = state * 1664525 + 1013904223;
+        u32 bits = state;
+        if (format == SAMPLE_FORMAT_F32) {
+            float sample = static_cast<float>(static_cast<i32>(state)) / 2147483648.0F;
+            if (wild && i % 3 == 0) sample = wild_ones[state % wild_ones.size()];
+            bits = std::bit_cast<u32>(sample);
+        }
+        append_bytes(block, bits, width_of(format));
+    }
+    return block;
+}
+
+constexpr size_t guard = 64;
+constexpr size_t longest = 70;
+
+// All lengths at one address; nothing but the samples may change.
+void check_lengths(const conversion_passes& passes, const byte_block& samples,
+                   const byte_block& expected, u8 from, u8 to, size_t offset) {
+    alignas(64) u8 memory[guard + 32 + longest * 4 + guard];
+    alignas(64) u8 wanted[sizeof memory];
+    for (size_t count = 0; count <= longest; ++count) {
+        u8* const data = memory + guard + offset;
+        std::memset(memory, 0xA5, sizeof memory);
+        std::memcpy(data, samples.data(), count * width_of(from));
+        std::memcpy(wanted, memory, sizeof memory);
+        std::memcpy(wanted + guard + offset, expected.data(), count * width_of(to));
+        Wave wave = {from, -1, -1, static_cast<i64>(count * width_of(from)), data};
+        convert_wave(wave, to, passes);
+        ASSERT_EQ(std::memcmp(memory, wanted, sizeof memory), 0)
+            << count << " samples at offset " << offset;
+        ASSERT_EQ(wave.size, static_cast<i64>(count * width_of(to)));
+        ASSERT_EQ(wave.format, to);
+    }
+}
+
+TEST(AudioConversionTest, EveryPairOfFormatsAtEveryLengthAndAddress) {
+    for (const u8 from : formats) {
+        for (const u8 to : formats) {
+            for (const bool wild : {false, true}) {
+                if (wild && from != SAMPLE_FORMAT_F32) continue;
+                SCOPED_TRACE(testing::Message() << "format " << int{from} << " to " << int{to});
+                const byte_block samples = samples_of(from, longest, wild);
+                const byte_block expected = model(samples, from, to);
+                with_each_pass([&](const conversion_passes& passes) {
+                    for (size_t offset = 0; offset < 32; ++offset) {
+                        check_lengths(passes, samples, expected, from, to, offset);
+                        if (testing::Test::HasFatalFailure()) return;
+                    }
+                });
+            }
+        }
+    }
+}
+
+TEST(AudioConversionTest, EverySampleOf8And16Bits) {
+    for (const u8 from : formats) {
+        if (width_of(from) > 2) continue;
+        byte_block all;
+        for (u32 bits = 0; bits < 1U << (8 * width_of(from)); ++bits) {
+            append_bytes(all, bits, width_of(from));
+        }
+        for (const u8 to : formats) {
+            check_conversion(all, from, to);
+        }
+    }
+}
+
+// Every 4,099th of the bit patterns, or all of them where the environment asks for it.
+TEST(AudioConversionTest, SamplesOf32BitsFromAllOverTheRange) {
+    const u64 step = std::getenv("HALVORIN_ALL_SAMPLES") != nullptr ? 1 : 4099;
+    constexpr u64 end = u64{1} << 32;
+    for (u64 bits = 0; bits < end;) {
+        byte_block block;
+        for (; bits < end && block.size() < 1 << 20; bits += step) {
+            append_bytes(block, bits, 4);
+        }
+        for (const u8 from : {SAMPLE_FORMAT_U32, SAMPLE_FORMAT_S32, SAMPLE_FORMAT_F32}) {
+            for (u8 to = 0; to <= SAMPLE_FORMAT_F32; ++to) {
+                check_conversion(block, from, to);
+                ASSERT_FALSE(HasFailure()) << "in the block that ends ahead of " << bits;
+            }
+        }
+    }
+}
+
+// In a block by itself each, too: its neighbours decide which way a sample takes.
+TEST(AudioConversionTest, FloatsAtTheEdgesAloneAndTogether) {
+    const std::vector<float> all = edges();
+    for (u8 to = 0; to < SAMPLE_FORMAT_F32; ++to) {
+        check_conversion(block_of(all), SAMPLE_FORMAT_F32, to);
+        for (const float edge : all) {
+            SCOPED_TRACE(edge);
+            std::vector<float> one(32, 0.25F);
+            one[7] = edge;
+            check_conversion(block_of(one), SAMPLE_FORMAT_F32, to);
+        }
+    }
+}
+
+// Where quotients lie half-way between two floats, or all but: around the powers of two.
+TEST(AudioConversionTest, SamplesOf32BitsAroundPowersOfTwoToFloats) {
+    for (const u8 from : {SAMPLE_FORMAT_S32, SAMPLE_FORMAT_U32}) {
+        for (const u32 complement : {0U, ~0U}) {
+            byte_block block;
+            for (u32 power = 0; power < 32; ++power) {
+                for (u32 off = 0; off < 600; ++off) {
+                    append_bytes(block, ((1U << power) + off - 300) ^ complement, 4);
+                }
+            }
+            check_conversion(block, from, SAMPLE_FORMAT_F32);
+        }
+    }
+}
+
+TEST(AudioConversionTest, KnownSamples) {
+    const auto in = [](u8 format, double value) {
+        byte_block block;
+        if (format == SAMPLE_FORMAT_F32) return block_of({static_cast<float>(value)});
+        append_bytes(block, static_cast<u64>(static_cast<i64>(value)), width_of(format));
+        return block;
+    };
+    const struct {
+        u8 from;
+        double sample;
+        u8 to;
+        double expected;
+    } cases[] = {
+        {SAMPLE_FORMAT_U8, 128, SAMPLE_FORMAT_S16, 0},
+        {SAMPLE_FORMAT_U8, 255, SAMPLE_FORMAT_S16, 32512},
+        {SAMPLE_FORMAT_S16, -32768, SAMPLE_FORMAT_F32, -32768 / 32767.0},
+        {SAMPLE_FORMAT_U16, 32768, SAMPLE_FORMAT_F32, 0},
+        {SAMPLE_FORMAT_F32, 1, SAMPLE_FORMAT_S16, 32767},
+        {SAMPLE_FORMAT_F32, 0.5, SAMPLE_FORMAT_S16, 16383},
+        {SAMPLE_FORMAT_F32, -0.9999, SAMPLE_FORMAT_U8, 2},
+        {SAMPLE_FORMAT_F32, 1.5, SAMPLE_FORMAT_S16, -16386},
+        {SAMPLE_FORMAT_F32, 1, SAMPLE_FORMAT_S32, 2147483647},
+        {SAMPLE_FORMAT_F32, 1.5, SAMPLE_FORMAT_S32, -2147483648.0},
+        {SAMPLE_FORMAT_F32, 1.5, SAMPLE_FORMAT_U32, 0},
+        {SAMPLE_FORMAT_F32, NAN, SAMPLE_FORMAT_S16, 0},
+        {SAMPLE_FORMAT_F32, NAN, SAMPLE_FORMAT_U8, 128},
+        {SAMPLE_FORMAT_F32, 1e9, SAMPLE_FORMAT_U16, 32768},
+        {SAMPLE_FORMAT_S32, 0x12345678, SAMPLE_FORMAT_S16, 0x1234},
+        {SAMPLE_FORMAT_S32, 0x12345678, SAMPLE_FORMAT_U8, 0x92},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.sample << " in " << int{c.from});
+        with_each_pass([&](const conversion_passes& passes) {
+            EXPECT_EQ(converted(passes, in(c.from, c.sample), c.from, c.to), in(c.to, c.expected));
+        });
+    }
+}
+
+TEST(AudioConversionTest, SizesThatAreNoWholeNumberOfSamples) {
+    const struct {
+        u8 from, to;
+        i64 size, expected;
+        size_t samples;
+    } cases[] = {
+        {SAMPLE_FORMAT_S16, SAMPLE_FORMAT_S8, 5, 2, 2},
+        {SAMPLE_FORMAT_S16, SAMPLE_FORMAT_S32, 5, 10, 2},
+        {SAMPLE_FORMAT_S16, SAMPLE_FORMAT_U16, 5, 5, 2},
+        {SAMPLE_FORMAT_S32, SAMPLE_FORMAT_U8, 7, 1, 1},
+        {SAMPLE_FORMAT_S32, SAMPLE_FORMAT_U16, 7, 3, 1},
+        {SAMPLE_FORMAT_F32, SAMPLE_FORMAT_U16, 3, 1, 0},
+        {SAMPLE_FORMAT_U16, 9, 3, 3, 0},
+        {9, SAMPLE_FORMAT_F32, 3, 6, 1},
+        {SAMPLE_FORMAT_U8, SAMPLE_FORMAT_F32, -1, -4, 0},
+        {SAMPLE_FORMAT_F32, SAMPLE_FORMAT_U8, -9, -2, 0},
+        {SAMPLE_FORMAT_S16, SAMPLE_FORMAT_S8, INT64_MIN, INT64_MIN / 2, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.size << " bytes, " << int{c.from} << ">" << int{c.to});
+        u8 memory[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
+        byte_block expected(memory, memory + sizeof memory);
+        const byte_block samples(memory, memory + c.samples * width_of(c.from));
+        const byte_block changed = model(samples, c.from, c.to);
+        std::copy(changed.begin(), changed.end(), expected.begin());
+        Wave wave = {c.from, 3, 7, c.size, memory};
+        audio_wave_convert(&wave, c.to);
+        EXPECT_EQ(wave.size, c.expected);
+        EXPECT_EQ(wave.format, c.to);
+        EXPECT_EQ(wave.data, memory);
+        EXPECT_EQ(byte_block(memory, memory + sizeof memory), expected);
+        EXPECT_EQ(wave.channels, 3);
+        EXPECT_EQ(wave.sample_rate, 7);
+    }
+}
+
+TEST(AudioConversionTest, NoDataIsHarmlessWhereThereIsNoSample) {
+    for (const u8 from : formats) {
+        for (const u8 to : formats) {
+            Wave wave = {from, 0, 0, 0, nullptr};
+            audio_wave_convert(&wave, to);
+            EXPECT_EQ(wave.format, to);
+            EXPECT_EQ(wave.size, 0);
+            EXPECT_EQ(wave.data, nullptr);
+        }
+    }
+    Wave senseless = {SAMPLE_FORMAT_U8, 0, 0, INT64_MIN, nullptr};
+    audio_wave_convert(&senseless, SAMPLE_FORMAT_F32);
+    EXPECT_EQ(senseless.format, SAMPLE_FORMAT_F32);
+}
+
+TEST(AudioConversionTest, OnlyTheLowByteOfTheFormatCounts) {
+    const auto wide =
+        reinterpret_cast<void (*)(Wave*, u64)>(reinterpret_cast<void*>(&audio_wave_convert));
+    u8 sample[2] = {0x34, 0x12};
+    Wave wave = {SAMPLE_FORMAT_S16, 1, 1, 2, sample};
+    wide(&wave, 0xFFFFFFFFFFFFFF00 | SAMPLE_FORMAT_S8);
+    EXPECT_EQ(wave.format, SAMPLE_FORMAT_S8);
+    EXPECT_EQ(wave.size, 1);
+    EXPECT_EQ(sample[0], 0x12);
+}
+
+// A host may round as it likes, take subnormal numbers for 0 and have exceptions trap.
+TEST(AudioConversionTest, TheFloatingPointModeOfTheHostNeitherMattersNorChanges) {
+    constexpr u32 all_masked = 0x1F80;
+    const u32 modes[] = {all_masked,
+                         all_masked | 0x2000,
+                         all_masked | 0x4000,
+                         all_masked | 0x6000,
+                         all_masked | 0x8040,
+                         all_masked | 0xE040,
+                         all_masked | 0x3F,
+                         0x0000,
+                         0x6000};
+    const u32 usual = _mm_getcsr();
+    for (const u8 from : formats) {
+        for (const u8 to : formats) {
+            SCOPED_TRACE(testing::Message() << "format " << int{from} << " to " << int{to});
+            const byte_block samples = samples_of(from, 999, true);
+            const byte_block expected = model(samples, from, to);
+            with_each_pass([&](const conversion_passes& passes) {
+                for (const u32 mode : modes) {
+                    byte_block block = samples;
+                    block.resize(999 * 4);
+                    Wave wave = {from, 1, 1, static_cast<i64>(samples.size()), block.data()};
+                    _mm_setcsr(mode);
+                    convert_wave(wave, to, passes);
+                    const u32 mode_after = _mm_getcsr();
+                    _mm_setcsr(usual);
+                    EXPECT_EQ(mode_after, mode);
+                    block.resize(expected.size());
+                    expect_same(block, expected, width_of(to));
+                }
+            });
+        }
+    }
+}
+
+} // namespace
+} // namespace halvorin
