@@ -62,3 +62,216 @@ correct(stb_image "PIC without pixels"
 ]])
 
 write_corrected("${STB_CORRECTED_DIR}/stb_image.h" "${stb_image}")
+
+read_original(stb_vorbis "${STB_VORBIS_INCLUDE_DIR}/stb_vorbis.c")
+
+# Sizes are products that a damaged file can drive beyond 32 bits, where they come out as smaller
+# ones or as less than nothing.
+correct(stb_vorbis "size of a block of the decoder's state"
+[[static void *setup_malloc(vorb *f, int sz)
+{
+]]
+[[static void *setup_malloc(vorb *f, size_t size)
+{
+   int sz = (int) size;
+   if (size > INT_MAX - 7) return NULL;
+]])
+correct(stb_vorbis "size of a block of the decoder's passing state"
+[[static void *setup_temp_malloc(vorb *f, int sz)
+{
+]]
+[[static void *setup_temp_malloc(vorb *f, size_t size)
+{
+   int sz = (int) size;
+   if (size > INT_MAX - 7) return NULL;
+]])
+correct(stb_vorbis "number of values in a codebook"
+[[            c->lookup_values = c->entries * c->dimensions;
+]]
+[[            if (c->dimensions && c->entries > INT_MAX / c->dimensions) return error(f, VORBIS_invalid_setup);
+            c->lookup_values = c->entries * c->dimensions;
+]])
+
+# A damaged file can ask for comments of any length, and as many of them, before a byte of them is
+# there: gigabytes, and seconds. None can be longer than what is left of the file.
+correct(stb_vorbis "lengths of the comments: what a file can hold"
+[[static int start_decoder(vorb *f)
+{
+]]
+[[static int is_in_file(vorb *f, int count, int size)
+{
+   return count >= 0 && (long long) count * size <= (long long) f->stream_len - stb_vorbis_get_file_offset(f);
+}
+
+static int start_decoder(vorb *f)
+{
+]])
+correct(stb_vorbis "length of the vendor's name"
+[[   f->vendor = (char*)setup_malloc(]]
+[[   if (!is_in_file(f, len, 1))                      return error(f, VORBIS_invalid_setup);
+   f->vendor = (char*)setup_malloc(]])
+correct(stb_vorbis "length of a comment"
+[[      f->comment_list[i] = (char*)setup_malloc(]]
+[[      if (!is_in_file(f, len, 1))                   return error(f, VORBIS_invalid_setup);
+      f->comment_list[i] = (char*)setup_malloc(]])
+
+# Until there is a list, and until it is filled, the end of a decoder frees what isn't one.
+correct(stb_vorbis "number of comments"
+[[   f->comment_list_length = get32_packet(f);
+]]
+[[   len = get32_packet(f);
+   if (!is_in_file(f, len, 4))                      return error(f, VORBIS_invalid_setup);
+]])
+correct(stb_vorbis "list of comments: a length without a list"
+[[   if (f->comment_list_length > 0)
+]]
+[[   if (len > 0)
+]])
+correct(stb_vorbis "list of comments: entries that aren't set"
+[[      f->comment_list = (char**) setup_malloc(f, sizeof(char*) * (f->comment_list_length));
+      if (f->comment_list == NULL)                  return error(f, VORBIS_outofmem);
+]]
+[[      f->comment_list = (char**) setup_malloc(f, sizeof(char*) * len);
+      if (f->comment_list == NULL)                  return error(f, VORBIS_outofmem);
+      memset(f->comment_list, 0, sizeof(char*) * len);
+      f->comment_list_length = len;
+]])
+
+# A sparse codebook without entries has no table that the code for "none" could be looked up in.
+correct(stb_vorbis "look-up in an empty codebook"
+[[   if (c->sparse) var = c->sorted_values[var];]]
+[[   if (c->sparse && var >= 0) var = c->sorted_values[var];]])
+
+# There are up to 16.
+correct(stb_vorbis "floors of a mapping" [[submap_floor[15];]] [[submap_floor[16];]])
+correct(stb_vorbis "residues of a mapping" [[submap_residue[15];]] [[submap_residue[16];]])
+
+# Interleaved residues of all channels are as long as all channels together, not as two. They take
+# the first channel's list alone, so that the lists for the others aren't made: they come from the
+# stack.
+correct(stb_vorbis "residue of more than two channels"
+[[rtype == 2 ? n*2 : n;]]
+[[rtype == 2 ? n*ch : n;]])
+correct(stb_vorbis "lists for the residue of more than two channels"
+[[(uint8 ***) temp_block_array(f,f->channels, part_read]]
+[[(uint8 ***) temp_block_array(f,(rtype == 2 ? 1 : f->channels), part_read]])
+
+# A frame that turns out to be empty or shorter than it said leaves less than nothing to be read,
+# and the next read would write behind its block.
+correct(stb_vorbis "seek into a frame that breaks off"
+[[      assert(sample_number > frame_start);
+]]
+[[      if (sample_number - frame_start > (uint32) (f->channel_buffer_end - f->channel_buffer_start))
+         return error(f, VORBIS_seek_failed);
+]])
+
+# A setup header that is refused half-way leaves blocks behind that only its reader knew, up to 12
+# MB. All blocks of a decoder are kept in a list, and what is left of it at the decoder's end goes.
+correct(stb_vorbis "list of the decoder's blocks: its start"
+[[  // memory management
+   stb_vorbis_alloc alloc;
+]]
+[[  // memory management
+   struct setup_block *blocks;
+   stb_vorbis_alloc alloc;
+]])
+correct(stb_vorbis "list of the decoder's blocks"
+[[static void *setup_malloc(vorb *f, size_t size)
+]]
+[[typedef struct setup_block
+{
+   struct setup_block *previous, *next;
+} setup_block;
+
+static void *block_malloc(vorb *f, int sz)
+{
+   setup_block *b = (setup_block *) malloc(sizeof(*b) + sz);
+   if (b == NULL) return NULL;
+   b->previous = NULL;
+   b->next = f->blocks;
+   if (b->next) b->next->previous = b;
+   f->blocks = b;
+   return b + 1;
+}
+
+static void block_free(vorb *f, void *p)
+{
+   setup_block *b;
+   if (p == NULL) return;
+   b = (setup_block *) p - 1;
+   if (b->next) b->next->previous = b->previous;
+   if (b->previous) b->previous->next = b->next;
+   else f->blocks = b->next;
+   free(b);
+}
+
+// The decoder itself is in the list too, and goes last.
+static void free_other_blocks(vorb *f)
+{
+   setup_block *b = f->blocks, *next;
+   for (; b; b = next) {
+      next = b->next;
+      if ((void *) (b + 1) != (void *) f) block_free(f, b + 1);
+   }
+}
+
+static void *setup_malloc(vorb *f, size_t size)
+]])
+correct(stb_vorbis "list of the decoder's blocks: state"
+[[   return sz ? malloc(sz) : NULL;
+]]
+[[   return sz ? block_malloc(f, sz) : NULL;
+]])
+correct(stb_vorbis "list of the decoder's blocks: passing state"
+[[   return malloc(sz);
+]]
+[[   return block_malloc(f, sz);
+]])
+correct(stb_vorbis "list of the decoder's blocks: end of state"
+[[   if (f->alloc.alloc_buffer) return; // do nothing; setup mem is a stack
+   free(p);
+]]
+[[   if (f->alloc.alloc_buffer) return; // do nothing; setup mem is a stack
+   block_free(f, p);
+]])
+correct(stb_vorbis "list of the decoder's blocks: end of passing state"
+[[      f->temp_offset += (sz+7)&~7;
+      return;
+   }
+   free(p);
+]]
+[[      f->temp_offset += (sz+7)&~7;
+      return;
+   }
+   block_free(f, p);
+]])
+correct(stb_vorbis "list of the decoder's blocks: what is left"
+[[   if (p->close_on_free) fclose(p->f);
+]]
+[[   if (p->close_on_free) fclose(p->f);
+   free_other_blocks(p);
+]])
+
+write_corrected("${STB_CORRECTED_DIR}/stb_vorbis.c" "${stb_vorbis}")
+
+set(DR_CORRECTED_DIR "${PROJECT_BINARY_DIR}/corrected/dr_libs")
+
+read_original(dr_wav "${DR_WAV_INCLUDE_DIR}/dr_wav.h")
+
+# Floats from 1.0 on are beyond the whole numbers of 32 bits, and would come out as the least one:
+# the loudest sample with its sign turned round.
+foreach(type "float" "double")
+    if(type STREQUAL "float")
+        set(scale "2147483648.0f")
+    else()
+        set(scale "2147483648.0")
+    endif()
+    correct(dr_wav "full scale of ${type} in 32 bits"
+"        *pOut++ = (drwav_int32)(${scale} * pIn[i]);
+"
+"        ${type} x = ${scale} * pIn[i];
+        *pOut++ = x >= ${scale} ? 0x7FFFFFFF : x > -${scale} ? (drwav_int32)x : -0x7FFFFFFF - 1;
+")
+endforeach()
+
+write_corrected("${DR_CORRECTED_DIR}/dr_wav.h" "${dr_wav}")

@@ -30,6 +30,12 @@ endfunction()
 find_header(STB_INCLUDE_DIR stb_image.h stb "^/\\* stb_image - v2\\.([3-9][0-9])" "stb with stb_image 2.30 or later")
 find_header(STB_WRITE_INCLUDE_DIR stb_image_write.h stb "^/\\* stb_image_write - v1\\.(1[6-9]|[2-9][0-9])"
             "stb with stb_image_write 1.16 or later")
+find_header(STB_VORBIS_INCLUDE_DIR stb_vorbis.c stb "^// Ogg Vorbis audio decoder - v1\\.(2[2-9]|[3-9][0-9])"
+            "stb with stb_vorbis 1.22 or later")
+find_header(DR_WAV_INCLUDE_DIR dr_wav.h dr_libs "^dr_wav - v0\\.(14\\.([5-9]|[1-9][0-9])|1[5-9]|[2-9][0-9])"
+            "dr_libs with dr_wav 0.14.5 or later")
+find_header(DR_FLAC_INCLUDE_DIR dr_flac.h dr_libs "^dr_flac - v0\\.(13\\.([3-9]|[1-9][0-9])|1[4-9]|[2-9][0-9])"
+            "dr_libs with dr_flac 0.13.3 or later")
 
 include(cmake/corrections.cmake)
 

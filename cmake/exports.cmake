@@ -17,7 +17,8 @@ foreach(header IN LISTS api_headers)
 endforeach()
 list(SORT exported)
 
-set(third_party_patterns "stbi_*" "stbiw_*" "gladLoad*" "glad_gl*" "GLAD_*" "gladSet*")
+set(third_party_patterns "stbi_*" "stbiw_*" "gladLoad*" "glad_gl*" "GLAD_*" "gladSet*"
+    "stb_vorbis_*" "drwav_*" "drflac_*")
 
 list(JOIN exported ";\n        " exported_lines)
 list(JOIN third_party_patterns ";\n        " third_party_lines)
