@@ -3,9 +3,7 @@
 
 #include "api/audio_waves.h"
 
-#include <string_view>
-
-// What waves and streams know of sample formats and of names of files.
+// What waves and streams know of sample formats.
 namespace halvorin {
 
 // Numbers outside the enumeration count as 16 bits.
@@ -28,15 +26,6 @@ constexpr sample_format stored_format(sample_format format) {
     case 2: return SAMPLE_FORMAT_S16;
     default: return SAMPLE_FORMAT_S32;
     }
-}
-
-// What follows the last dot, wherever in the path that is. Empty without a dot.
-inline std::string_view extension_of(Slice path) {
-    const auto* const bytes = static_cast<const char*>(path.data);
-    for (i64 dot = path.count - 1; dot >= 0; --dot) {
-        if (bytes[dot] == '.') return {bytes + dot + 1, static_cast<size_t>(path.count - dot - 1)};
-    }
-    return {};
 }
 
 } // namespace halvorin

@@ -5,6 +5,7 @@
 #include "audio/vorbis_decoder.h"
 #include "audio/wav_decoder.h"
 #include "frame/boundary.h"
+#include "frame/extension.h"
 #include "frame/failure_line.h"
 #include "frame/scratch.h"
 

@@ -4,6 +4,7 @@
 #include "audio/vorbis_decoder.h"
 #include "audio/wav_decoder.h"
 #include "frame/boundary.h"
+#include "frame/extension.h"
 #include "frame/scratch.h"
 
 #include "api/audio.h"

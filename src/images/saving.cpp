@@ -2,6 +2,7 @@
 #include "api/images.h"
 
 #include "frame/boundary.h"
+#include "frame/extension.h"
 #include "frame/scratch.h"
 
 #include <stb_image_write.h>
@@ -62,15 +63,6 @@ constexpr image_format formats[] = {
     {"jpg", write_jpg},
 };
 
-// What follows the last dot, wherever in the path that is. Empty without a dot.
-std::string_view extension_of(Slice path) {
-    const auto* const bytes = static_cast<const char*>(path.data);
-    for (i64 dot = path.count - 1; dot >= 0; --dot) {
-        if (bytes[dot] == '.') return {bytes + dot + 1, static_cast<size_t>(path.count - dot - 1)};
-    }
-    return {};
-}
-
 image_writer writer_for(std::string_view extension) {
     for (const image_format& format : formats) {
         if (format.extension == extension) return format.write;
@@ -87,7 +79,7 @@ bool is_writable(const Image& image, i8 channels) {
 
 b8 image_save(Image image, Slice path, i8 channels) {
     channels = halvorin::low_bits(channels);
-    const image_writer write = writer_for(extension_of(path));
+    const image_writer write = writer_for(halvorin::extension_of(path));
     if (write == nullptr || !is_writable(image, channels)) return false;
     return halvorin::append_character(path) && write(halvorin::c_string(path), image, channels);
 }
