@@ -118,7 +118,8 @@ int main(int argc, char** argv) {
     system_release();
 
     check(taken == 0, "the library calls its own functions");
-    check(temporary_pos == -5 && sdl_window == (void*)1 && fullscreen == 9 && sdl_window_id == 0xFFFFFFFF,
+    check(temporary_pos == -5 && sdl_window == (void*)1 && fullscreen == 9 &&
+              sdl_window_id == 0xFFFFFFFF,
           "the host's variables stay the host's");
     return failures != 0;
 }

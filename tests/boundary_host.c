@@ -71,7 +71,8 @@ static int is_empty_wide(const unsigned char* wide) {
 static void empty_slices_are_not_looked_at(void) {
     FIND(to_wide_cstr, unsigned char*, (Slice));
     FIND(file_exists, uint8_t, (Slice));
-    const Slice empties[] = {{NULL, 0}, {(void*)1, 0}, {(void*)~(uintptr_t)0, -1}, {(void*)1, INT64_MIN}};
+    const Slice empties[] = {
+        {NULL, 0}, {(void*)1, 0}, {(void*)~(uintptr_t)0, -1}, {(void*)1, INT64_MIN}};
     const int32_t* position = dlsym(library, "temporary_pos");
     for (size_t i = 0; i < sizeof(empties) / sizeof(empties[0]); i++) {
         const int32_t before = *position;
@@ -137,7 +138,8 @@ static void truth_channels_and_records_by_value(void) {
     const struct {
         uint64_t flip;
         int top;
-    } flips[] = {{rubbish, 10}, {rubbish | 2, 40}, {0x100, 10}, {rubbish | 0x80, 40}, {0, 10}, {1, 40}, {0, 10}};
+    } flips[] = {{rubbish, 10}, {rubbish | 2, 40}, {0x100, 10}, {rubbish | 0x80, 40},
+                 {0, 10},       {1, 40},           {0, 10}};
     for (size_t i = 0; i < sizeof(flips) / sizeof(flips[0]); i++) {
         image_set_flip(flips[i].flip);
         image_load(&result.image, in_folder("two.bmp"), rubbish | 3);
@@ -170,7 +172,8 @@ static void flags_floats_and_results_through_pointers(void) {
     FIND(pipeline_clear_color, void, (uint64_t, uint64_t, uint64_t, uint64_t));
     FIND(pipeline_clear, void, (uint64_t));
     FIND(pipeline_color_mask, void, (uint64_t, uint64_t, uint64_t, uint64_t));
-    FIND(pipeline_read_pixels, void, (uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, void*));
+    FIND(pipeline_read_pixels, void,
+         (uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, void*));
     FIND(pipeline_get_error, uint32_t, (void));
     FIND(texture_create, uint32_t, (void));
     FIND(texture_bind, void, (uint64_t, uint64_t));
@@ -206,7 +209,8 @@ static void flags_floats_and_results_through_pointers(void) {
     pipeline_clear(above | 0xFFFFFFF8u | 4);
     unsigned char pixel[4] = {0};
     pipeline_read_pixels(above | 1, above | 1, above | 1, above | 1, above | 8, above | 0, pixel);
-    CHECK(pixel[0] == 255 && pixel[1] >= 127 && pixel[1] <= 128 && pixel[2] >= 63 && pixel[2] <= 64);
+    CHECK(pixel[0] == 255 && pixel[1] >= 127 && pixel[1] <= 128 && pixel[2] >= 63 &&
+          pixel[2] <= 64);
     CHECK(texture_create() == 1);
     texture_bind(above | 1, above | 1);
     CHECK(pipeline_get_error() == 0);

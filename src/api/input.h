@@ -23,7 +23,7 @@
 /** Keys, by their place on a US keyboard. */
 enum {
     KEY_NONE = 0, /**< no key */
-    KEY_ANY = 1, /**< all keys together */
+    KEY_ANY = 1,  /**< all keys together */
     KEY_A = 2,
     KEY_B = 3,
     KEY_C = 4,
@@ -136,7 +136,9 @@ enum {
 typedef u8 key_code;
 
 /** Number of key codes: the `count` of the three key states. */
-enum { KEY_CODES = 108 };
+enum {
+    KEY_CODES = 108
+};
 
 /** Mouse buttons. */
 enum {
@@ -151,7 +153,9 @@ enum {
 typedef u8 mouse_button;
 
 /** Number of button codes: the `count` of the three button states. */
-enum { MOUSE_BUTTONS = 5 };
+enum {
+    MOUSE_BUTTONS = 5
+};
 
 /** Bits of input_key_modifiers. */
 enum {

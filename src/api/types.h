@@ -83,16 +83,16 @@ typedef struct Slice {
 #endif
 
 #if defined(_WIN32) && defined(HALVORIN_SYSTEM_BUILD)
-#define HALVORIN_LINKAGE __declspec(dllexport)
+#define HALVORIN_LINKAGE      __declspec(dllexport)
 #define HALVORIN_DATA_LINKAGE __declspec(dllexport)
 #elif defined(_WIN32)
-#define HALVORIN_LINKAGE __declspec(dllimport)
+#define HALVORIN_LINKAGE      __declspec(dllimport)
 #define HALVORIN_DATA_LINKAGE __declspec(dllimport)
 #elif defined(HALVORIN_SYSTEM_BUILD)
-#define HALVORIN_LINKAGE __attribute__((visibility("default")))
+#define HALVORIN_LINKAGE      __attribute__((visibility("default")))
 #define HALVORIN_DATA_LINKAGE __attribute__((visibility("protected")))
 #else
-#define HALVORIN_LINKAGE __attribute__((visibility("default")))
+#define HALVORIN_LINKAGE      __attribute__((visibility("default")))
 #define HALVORIN_DATA_LINKAGE __attribute__((visibility("default")))
 #endif
 

@@ -13,7 +13,12 @@ namespace halvorin {
 // relies on the floating-point mode that convert_wave sets.
 using conversion_pass = void (*)(u8* data, i64 count, u32 mask);
 
-enum sample_kind : u8 { ONE_BYTE, TWO_BYTES, FOUR_BYTES, REAL };
+enum sample_kind : u8 {
+    ONE_BYTE,
+    TWO_BYTES,
+    FOUR_BYTES,
+    REAL
+};
 
 struct conversion_passes {
     conversion_pass between[4][4]; // source, target; all but floats to floats

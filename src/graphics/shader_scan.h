@@ -6,7 +6,12 @@
 // The stages of a shader text, in the order in which they are compiled, attached and detached.
 namespace halvorin {
 
-enum shader_stage : u32 { vertex_stage, fragment_stage, geometry_stage, shader_stages };
+enum shader_stage : u32 {
+    vertex_stage,
+    fragment_stage,
+    geometry_stage,
+    shader_stages
+};
 
 // A piece of the host's text. Length 0: the stage has no text.
 struct stage_text {
