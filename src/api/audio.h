@@ -51,9 +51,10 @@
  *
  * Threads. Waves, streams and the buffer belong to one thread at a time. The callback of a device
  * runs on a thread of SDL2's, beside the host's, so that what it shares with the host needs the
- * device's lock (audio_lock, audio_recorder_lock). It keeps away from the calls of audio_waves.h
- * and audio_streams.h and from the memory of a load in progress: the lock doesn't guard these. To
- * play a stream, read it on the host's thread and hand the blocks over.
+ * device's lock (audio_lock, audio_recorder_lock). The calls of audio_waves.h and audio_streams.h
+ * and the memory of a load in progress have no lock of their own. To play a stream, the host reads
+ * it and hands the blocks over, and the callback keeps away from all these; or the callback reads
+ * it, and has these calls to itself from audio_play until audio_pause or audio_close.
  *
  * Failure. A Wave with null `data`, an AudioInfo with 0 channels, 0 frames, -1 or false. An
  * exhausted buffer also prints one line to standard output, "audio memory allocation failed" or
