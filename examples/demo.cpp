@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Zlib
 // The demo as a host in C++, linked against the library.
 //
-// A solid of glazed stone turns in a dim studio, with a card over it that shows its texture.
-// Without a display the demo draws a fixed number of frames off screen and saves the last one as a
-// PNG file. demo_c99.c and demo.py are the same program, function by function, and draw the same
-// pixels.
+// A solid of glazed stone turns in a dim studio, with a card over it that shows its texture, and
+// music plays. Without a display the demo draws a fixed number of frames off screen, saves the last
+// one as a PNG file, and beside it as a WAV file what it played. demo_c99.c and demo.py are the
+// same program, function by function, and give the same pixels and samples.
 //
 // Keys: arrows or a drag turn the solid, the wheel zooms, a picture dropped on the window becomes
-// the texture. F2 software graphics on and off, F11 or Alt+Return full screen, F12 or P saves the
-// picture, Escape closes.
+// the texture. Space rings a chime, F2 software graphics on and off, F11 or Alt+Return full screen,
+// F12 or P saves the picture, Escape closes.
 //
 // Usage: demo [--frames N] [--output FILE] [--assets DIRECTORY]
 
@@ -22,6 +22,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -31,11 +32,23 @@ namespace {
 
 constexpr int WIDTH = 960, HEIGHT = 540, SAMPLES = 4, FRAMES = 60;
 constexpr i64 IMAGE_MEMORY = 256 << 20; // not touched, and so not taken, before a load needs it
-constexpr u32 TRIANGLES = 4, TRIANGLE_STRIP = 5; // OpenGL's own numbers
+constexpr u32 TRIANGLES = 4, TRIANGLE_STRIP = 5;                          // OpenGL's own numbers
+constexpr int SOUND_BLOCK = 1024, SOUND_SECONDS = 8, CHIME_FRAME = 88200; // in what is saved
 
 struct Options {
     int frames = 0;
     std::string output = "demo.png", assets = EXAMPLE_ASSETS;
+};
+
+// What the callback and the host share. While the player runs, the callback alone calls the sound
+// family, and the host touches this under audio_lock.
+struct Sound {
+    i32 music = -1; // the stream
+    AudioInfo info{};
+    Wave chime{};              // mono
+    i64 played = 0;            // frames
+    i64 chime_at = 0;          // the frame with which the chime began or begins
+    std::vector<i16> recorded; // room for what is saved, or empty
 };
 
 struct Demo {
@@ -45,6 +58,7 @@ struct Demo {
     u32 solid = 0, studio = 0, picture = 0; // shaders
     u32 stone = 0, panel = 0, copy = 0;     // textures
     u32 tube = 0, no_attributes = 0;        // vertex arrays
+    Sound sound;
 };
 
 // A line for the user, and the end.
@@ -107,6 +121,69 @@ u32 make_texture(const std::string& path) {
     const u32 texture = texture_create();
     if (!load_texture(texture, path)) fail("can't load the picture " + path);
     return texture;
+}
+
+// Gives the next block of the music, from its end on to its beginning, with the chime over it. SDL2
+// calls it on a thread of its own. It allocates nothing and waits for nothing.
+void play(void* userdata, u8* block, i32 length) {
+    Sound& sound = *static_cast<Sound*>(userdata);
+    const i64 channels = sound.info.channels, frames = length / (2 * channels);
+    i16* samples = reinterpret_cast<i16*>(block);
+    i64 count = audio_stream_read(sound.music, static_cast<u64>(frames), samples);
+    if (count < frames) {
+        audio_stream_seek(sound.music, 0);
+        count += audio_stream_read(sound.music, static_cast<u64>(frames - count),
+                                   samples + count * channels);
+    }
+    std::fill(samples + count * channels, samples + frames * channels, i16{0});
+
+    lay_over(samples, frames, sound.info.channels, static_cast<i16*>(sound.chime.data),
+             sound.chime.size / 2, sound.chime_at - sound.played);
+    const i64 done = sound.played * channels, room = std::ssize(sound.recorded) - done;
+    if (room > 0)
+        std::copy_n(samples, std::min(room, frames * channels), sound.recorded.data() + done);
+    sound.played += frames;
+}
+
+// Lets the music begin. Without a sound device the demo goes on in silence.
+void open_sound(Sound& sound, const Options& options) {
+    alignas(8) static u8 memory[64 << 10]; // for the chime and the file that is saved
+    audio_set_buffer(sizeof memory, memory);
+    const std::string music = options.assets + "/music.ogg", chime = options.assets + "/chime.wav";
+    sound.music = audio_stream_open(SAMPLE_FORMAT_S16, text(music), false);
+    audio_stream_read_info(&sound.info, sound.music);
+    if (!sound.info.size) fail("can't load the sound " + music);
+    audio_wave_load(&sound.chime, SAMPLE_FORMAT_S16, text(chime));
+    if (!sound.chime.data || sound.chime.channels != 1) fail("can't load the sound " + chime);
+
+    const i64 frames = i64{sound.info.sample_rate} * SOUND_SECONDS;
+    if (options.frames) sound.recorded.resize(static_cast<size_t>(frames * sound.info.channels));
+    sound.chime_at = options.frames ? CHIME_FRAME : -sound.chime.size; // or over long ago
+    audio_open(SAMPLE_FORMAT_S16, static_cast<u8>(sound.info.channels), sound.info.sample_rate,
+               SOUND_BLOCK, play, &sound);
+    audio_play();
+}
+
+// Saves what was played and prints where, its length, and the CRC-32 of its samples.
+void save_sound(Sound& sound, const std::string& path) {
+    AudioInfo info = sound.info;
+    info.size = std::ssize(sound.recorded) * 2;
+    const i64 frames = std::ssize(sound.recorded) / info.channels;
+    for (i64 played = 0; played < frames; system_sleep(1)) {
+        audio_lock();
+        played = sound.played;
+        audio_unlock();
+    }
+    audio_pause(); // no call comes in any more: the sound family is the host's again
+    const i32 file = audio_stream_open(info.format, text(path), true);
+    audio_stream_write_info(file, info);
+    const u64 written = audio_stream_write(file, static_cast<u64>(frames), sound.recorded.data());
+    audio_stream_close(file);
+    if (written != static_cast<u64>(frames)) fail("can't write " + path);
+    const u8* bytes = reinterpret_cast<const u8*>(sound.recorded.data());
+    std::printf("%s: %.1f s, CRC-32 %08x\n", path.c_str(),
+                static_cast<double>(frames) / info.sample_rate,
+                checksum(0, bytes, static_cast<int>(info.size)));
 }
 
 void make_scene(Demo& demo, const std::string& assets) {
@@ -277,6 +354,11 @@ bool handle_input(Demo& demo) {
         demo.software = !demo.software;
         display_set_software_graphics(demo.software);
     }
+    if (input_key_is_pressed(KEY_SPACE)) {
+        audio_lock();
+        demo.sound.chime_at = demo.sound.played;
+        audio_unlock();
+    }
     Slice dropped;
     display_file_dropped(&dropped);
     if (dropped.count > 0) {
@@ -288,9 +370,10 @@ bool handle_input(Demo& demo) {
     return input_key_is_pressed(KEY_F12) || input_key_is_pressed(KEY_P);
 }
 
-// Draws until the window is closed, or the number of frames asked for, the last of which is saved.
+// Draws and plays until the window is closed, or the number of frames asked for, the last of which
+// is saved, with the sound.
 void run(const Options& options) {
-    system_init(SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS);
+    system_init(SYSTEM_INIT_AUDIO | SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS);
     if (!display_open(WIDTH, HEIGHT, text("halvorin system"), DISPLAY_RESIZABLE | DISPLAY_VSYNC,
                       SAMPLES))
         fail("can't open the display");
@@ -299,12 +382,18 @@ void run(const Options& options) {
     image_set_flip(true); // the bottom row first, as OpenGL has it
     Demo demo;
     make_scene(demo, options.assets);
+    open_sound(demo.sound, options);
     for (int frame = 0; !demo.closed && (!options.frames || frame < options.frames); ++frame) {
         const bool wanted = handle_input(demo);
         draw_frame(demo, options.frames ? frame : static_cast<i64>(system_ticks()) * 60 / 1000);
         if (wanted || frame + 1 == options.frames) save_frame(demo, options.output);
         present(demo);
     }
+    if (options.frames && !demo.closed && audio_player_id)
+        save_sound(demo.sound,
+                   std::filesystem::path(options.output).replace_extension(".wav").string());
+    audio_close();
+    audio_stream_close(demo.sound.music);
     if (const u32 error = pipeline_get_error())
         fail("OpenGL reports an error: " + std::to_string(error - 1));
 }
@@ -330,11 +419,19 @@ int main(int argc, char** argv) {
             fail("usage: demo [--frames N] [--output FILE] [--assets DIRECTORY]");
     }
 
-    // Without a display the demo goes off screen. The choice of driver is the host's alone to make.
+    // Without a display the demo goes off screen, and its sound to SDL2's disk driver, faster than
+    // it would sound. The choice of drivers is the host's alone to make.
     if (variable("DISPLAY").empty() && variable("WAYLAND_DISPLAY").empty() &&
         variable("SDL_VIDEODRIVER").empty())
         setenv("SDL_VIDEODRIVER", "offscreen", 1);
-    if (!options.frames && variable("SDL_VIDEODRIVER") == "offscreen") options.frames = FRAMES;
+    if (variable("SDL_VIDEODRIVER") == "offscreen") {
+        if (!options.frames) options.frames = FRAMES;
+        if (variable("SDL_AUDIODRIVER").empty()) {
+            setenv("SDL_AUDIODRIVER", "disk", 1);
+            setenv("SDL_DISKAUDIOFILE", "/dev/null", 0);
+            setenv("SDL_DISKAUDIODELAY", "5", 0); // milliseconds a block
+        }
+    }
     run(options);
     system_release();
     return 0;

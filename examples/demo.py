@@ -2,13 +2,14 @@
 # SPDX-License-Identifier: Zlib
 """The demo as a host in Python: the standard library alone, and every call through ctypes.
 
-A solid of glazed stone turns in a dim studio, with a card over it that shows its texture. Without a
-display the demo draws a fixed number of frames off screen and saves the last one as a PNG file.
-demo.cpp and demo_c99.c are the same program, function by function, and draw the same pixels.
+A solid of glazed stone turns in a dim studio, with a card over it that shows its texture, and music
+plays. Without a display the demo draws a fixed number of frames off screen, saves the last one as a PNG
+file, and beside it as a WAV file what it played. demo.cpp and demo_c99.c are the same program, function
+by function, and give the same pixels and samples.
 
 Keys: arrows or a drag turn the solid, the wheel zooms, a picture dropped on the window becomes the
-texture. F2 software graphics on and off, F11 or Alt+Return full screen, F12 or P saves the picture,
-Escape closes.
+texture. Space rings a chime, F2 software graphics on and off, F11 or Alt+Return full screen, F12 or P
+saves the picture, Escape closes.
 
 Usage: demo.py [--frames N] [--output FILE] [--assets DIRECTORY] [--library FILE]
 """
@@ -21,8 +22,9 @@ import struct
 import sys
 import zlib
 from array import array
-from ctypes import (CDLL, Structure, addressof, byref, c_char, c_char_p, c_int8, c_int32, c_int64, c_uint8, c_uint16,
-                    c_uint32, c_uint64, c_void_p, cast, create_string_buffer, string_at)
+from ctypes import (CDLL, CFUNCTYPE, Structure, addressof, byref, c_char, c_char_p, c_int8, c_int16, c_int32, c_int64,
+                    c_uint8, c_uint16, c_uint32, c_uint64, c_void_p, cast, create_string_buffer, memmove, memset,
+                    string_at)
 from mmap import mmap
 
 
@@ -38,12 +40,22 @@ class ShaderResult(Structure):
     _fields_ = [("success", c_uint8), ("log", Slice)]
 
 
+class AudioInfo(Structure):
+    _fields_ = [("format", c_uint8), ("channels", c_int32), ("sample_rate", c_int32), ("size", c_int64)]
+
+
+class Wave(Structure):
+    _fields_ = AudioInfo._fields_ + [("data", c_void_p)]
+
+
 # What the demo calls. A record result is written through a first pointer, a float travels as the bits
-# of a u32, and narrow numbers, Slice and Image go by value.
+# of a u32, and narrow numbers and other records go by value.
 TYPES = {"void": None, "pointer": c_void_p, "b8": c_uint8, "u8": c_uint8, "u16": c_uint16, "u32": c_uint32,
-         "u64": c_uint64, "i8": c_int8, "i32": c_int32, "i64": c_int64, "Slice": Slice, "Image": Image}
+         "u64": c_uint64, "i8": c_int8, "i32": c_int32, "i64": c_int64, "Slice": Slice, "Image": Image,
+         "AudioInfo": AudioInfo}
+AudioCallback = CFUNCTYPE(None, c_void_p, c_void_p, c_int32)
 CALLS = """
-    void system_init(u32)   void system_release()   u64 system_ticks()
+    void system_init(u32)   void system_release()   u64 system_ticks()   void system_sleep(u32)
     pointer file_open(Slice, u8)   i64 file_size(pointer)   u64 file_read(pointer, u64, pointer)
     void file_close(pointer)
     b8 display_open(i32, i32, Slice, u16, i32)   b8 display_is_closed()   b8 display_is_resized(pointer, pointer)
@@ -69,11 +81,18 @@ CALLS = """
     void pipeline_pixel_store(u32, i32)   void pipeline_present()   u32 pipeline_get_error()
     void image_set_buffer(i64, pointer)   void image_set_buffer_position(i64)   i64 image_get_buffer_position()
     void image_set_flip(b8)   void image_load(pointer, Slice, i8)   b8 image_save(Image, Slice, i8)
+    void audio_set_buffer(i64, pointer)   void audio_wave_load(pointer, u8, Slice)
+    i32 audio_stream_open(u8, Slice, b8)   void audio_stream_read_info(pointer, i32)
+    void audio_stream_write_info(i32, AudioInfo)   i64 audio_stream_read(i32, u64, pointer)
+    u64 audio_stream_write(i32, u64, pointer)   i32 audio_stream_seek(i32, u64)   void audio_stream_close(i32)
+    b8 audio_open(u8, u8, i32, u16, pointer, pointer)   void audio_play()   void audio_pause()
+    void audio_lock()   void audio_unlock()   void audio_close()
 """
 
-SYSTEM_INIT_VIDEO, SYSTEM_INIT_EVENTS, DISPLAY_RESIZABLE, DISPLAY_VSYNC, FILE_MODE_READ = 4, 8, 4, 64, 2
+SYSTEM_INIT_AUDIO, SYSTEM_INIT_VIDEO, SYSTEM_INIT_EVENTS, DISPLAY_RESIZABLE, DISPLAY_VSYNC = 2, 4, 8, 4, 64
+FILE_MODE_READ, SAMPLE_FORMAT_S16 = 2, 4
 KEY_P, KEY_LEFT, KEY_RIGHT, KEY_UP, KEY_DOWN, KEY_RETURN, KEY_ESCAPE, KEY_ALT = 17, 38, 39, 40, 41, 43, 46, 49
-KEY_F2, KEY_F11, KEY_F12, MOUSE_LEFT = 97, 106, 107, 2
+KEY_SPACE, KEY_F2, KEY_F11, KEY_F12, MOUSE_LEFT = 42, 97, 106, 107, 2
 TEXTURE_TARGET_2D, INTERNAL_FORMAT_RGBA8, PIXEL_FORMAT_RGB, PIXEL_FORMAT_RGBA = 1, 13, 7, 8
 DATA_TYPE_UNSIGNED_BYTE, DATA_TYPE_UNSIGNED_SHORT, DATA_TYPE_FLOAT = 0, 1, 6
 TEXTURE_PARAMETER_MIN_FILTER, TEXTURE_FILTER_LINEAR_MIPMAP_LINEAR, PIXEL_STORE_PACK_ALIGNMENT = 3, 5, 7
@@ -82,6 +101,7 @@ BUFFER_MASK_DEPTH, BUFFER_MASK_COLOR, BLEND_FACTOR_SRC_ALPHA, BLEND_FACTOR_ONE_M
 TRIANGLES, TRIANGLE_STRIP = 4, 5  # OpenGL's own numbers
 
 WIDTH, HEIGHT, SAMPLES, FRAMES, IMAGE_MEMORY = 960, 540, 4, 60, 256 << 20
+AUDIO_MEMORY, SOUND_BLOCK, SOUND_SECONDS, CHIME_FRAME = 64 << 10, 1024, 8, 88200
 RINGS, SIDES, BEADS, RADIUS = 320, 40, 32, 0.26
 
 
@@ -197,6 +217,80 @@ def load_texture(texture, path):
     if not image.data:
         raise Fault("can't load the picture " + path)
     return texture
+
+
+class Sound:
+    """What the callback and the host share. While the player runs, the callback alone calls the sound
+    family, and the host touches this under audio_lock."""
+
+    def __init__(self, arguments):
+        """Lets the music begin. Without a sound device the demo goes on in silence."""
+        music, chime = arguments.assets + "/music.ogg", arguments.assets + "/chime.wav"
+        self.info, wave, path = AudioInfo(), Wave(), text(music)
+        self.music = system.audio_stream_open(SAMPLE_FORMAT_S16, path, False)
+        system.audio_stream_read_info(byref(self.info), self.music)
+        if not self.info.size:
+            raise Fault("can't load the sound " + music)
+        system.audio_wave_load(byref(wave), SAMPLE_FORMAT_S16, text(chime))
+        if not wave.data or wave.channels != 1:
+            raise Fault("can't load the sound " + chime)
+        self.chime = array("h", string_at(wave.data, wave.size))
+
+        self.frame_size = self.info.channels * 2
+        self.played = 0  # frames
+        self.record_frames = self.info.sample_rate * SOUND_SECONDS if arguments.frames else 0
+        self.recorded = create_string_buffer(self.record_frames * self.frame_size)
+        # The frame with which the chime begins, or began long ago.
+        self.chime_at = CHIME_FRAME if arguments.frames else -len(self.chime)
+        self.callback = AudioCallback(self.play)  # kept here for as long as the device is open
+        self.is_open = system.audio_open(SAMPLE_FORMAT_S16, self.info.channels, self.info.sample_rate, SOUND_BLOCK,
+                                         cast(self.callback, c_void_p), None)
+        system.audio_play()
+
+    def play(self, userdata, block, length):
+        """Gives the next block of the music, from its end on to its beginning, with the chime over it. SDL2
+        calls it on a thread of its own."""
+        channels, size, frames = self.info.channels, self.frame_size, length // self.frame_size
+        count = system.audio_stream_read(self.music, frames, block)
+        if count < frames:
+            system.audio_stream_seek(self.music, 0)
+            count += system.audio_stream_read(self.music, frames - count, block + count * size)
+        memset(block + count * size, 0, (frames - count) * size)
+
+        start = self.chime_at - self.played
+        first, end = max(start, 0), min(start + len(self.chime), frames)
+        if first < end:
+            samples = (c_int16 * (frames * channels)).from_address(block)
+            for i in range(first * channels, end * channels):
+                samples[i] = min(max(samples[i] + self.chime[i // channels - start], -32768), 32767)
+
+        room = self.record_frames - self.played
+        if room > 0:
+            memmove(addressof(self.recorded) + self.played * size, block, min(room, frames) * size)
+        self.played += frames
+
+    def save(self, path):
+        """Saves what was played and prints where, its length, and the CRC-32 of its samples."""
+        played = 0
+        while played < self.record_frames:
+            system.system_sleep(1)
+            system.audio_lock()
+            played = self.played
+            system.audio_unlock()
+        system.audio_pause()  # no call comes in any more: the sound family is the host's again
+        info, name = AudioInfo.from_buffer_copy(self.info), text(path)
+        info.size = len(self.recorded)
+        file = system.audio_stream_open(info.format, name, True)
+        system.audio_stream_write_info(file, info)
+        written = system.audio_stream_write(file, self.record_frames, self.recorded)
+        system.audio_stream_close(file)
+        if written != self.record_frames:
+            raise Fault("can't write " + path)
+        print("%s: %.1f s, CRC-32 %08x" % (path, self.record_frames / info.sample_rate, zlib.crc32(self.recorded)))
+
+    def close(self):
+        system.audio_close()
+        system.audio_stream_close(self.music)
 
 
 def make_scene(demo, assets):
@@ -358,6 +452,10 @@ def handle_input(demo):
     if pressed(KEY_F2):
         demo.software = not demo.software
         system.display_set_software_graphics(demo.software)
+    if pressed(KEY_SPACE):
+        system.audio_lock()
+        demo.sound.chime_at = demo.sound.played
+        system.audio_unlock()
     system.display_file_dropped(byref(dropped))
     if dropped.count > 0:
         try:
@@ -368,23 +466,31 @@ def handle_input(demo):
 
 
 def run(arguments):
-    """Draws until the window is closed, or the number of frames asked for, the last of which is saved."""
-    memory = mmap(-1, IMAGE_MEMORY)
-    system.system_init(SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS)
+    """Draws and plays until the window is closed, or the number of frames asked for, the last of which is
+    saved, with the sound."""
+    memory, audio_memory = mmap(-1, IMAGE_MEMORY), create_string_buffer(AUDIO_MEMORY)
+    system.system_init(SYSTEM_INIT_AUDIO | SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS)
     if not system.display_open(WIDTH, HEIGHT, text("halvorin system"), DISPLAY_RESIZABLE | DISPLAY_VSYNC, SAMPLES):
         raise Fault("can't open the display")
     system.image_set_buffer(IMAGE_MEMORY, addressof(c_char.from_buffer(memory)))
     system.image_set_flip(True)  # the bottom row first, as OpenGL has it
+    system.audio_set_buffer(AUDIO_MEMORY, audio_memory)
     demo = Demo()
     make_scene(demo, arguments.assets)
+    demo.sound = Sound(arguments)
     frame = 0
-    while not demo.closed and (not arguments.frames or frame < arguments.frames):
-        wanted = handle_input(demo)
-        draw_frame(demo, frame if arguments.frames else system.system_ticks() * 60 // 1000)
-        frame += 1
-        if wanted or frame == arguments.frames:
-            save_frame(demo, arguments.output)
-        present(demo)
+    try:
+        while not demo.closed and (not arguments.frames or frame < arguments.frames):
+            wanted = handle_input(demo)
+            draw_frame(demo, frame if arguments.frames else system.system_ticks() * 60 // 1000)
+            frame += 1
+            if wanted or frame == arguments.frames:
+                save_frame(demo, arguments.output)
+            present(demo)
+        if arguments.frames and not demo.closed and demo.sound.is_open:
+            demo.sound.save(os.path.splitext(arguments.output)[0] + ".wav")
+    finally:  # no call may come in once the callback and its records are gone
+        demo.sound.close()
     error = system.pipeline_get_error()
     if error:
         raise Fault("OpenGL reports an error: %#06x" % (error - 1))
@@ -399,11 +505,16 @@ def main():
     parser.add_argument("--library", default=os.path.join(here, "../build/release/libhalvorin_system.so"))
     arguments = parser.parse_args()
 
-    # Without a display the demo goes off screen. The choice of driver is the host's alone to make.
+    # Without a display the demo goes off screen, and its sound to SDL2's disk driver, faster than it
+    # would sound. The choice of drivers is the host's alone to make.
     if not any(os.environ.get(name) for name in ("DISPLAY", "WAYLAND_DISPLAY", "SDL_VIDEODRIVER")):
         os.environ["SDL_VIDEODRIVER"] = "offscreen"
-    if os.environ.get("SDL_VIDEODRIVER") == "offscreen" and not arguments.frames:
-        arguments.frames = FRAMES
+    if os.environ.get("SDL_VIDEODRIVER") == "offscreen":
+        arguments.frames = arguments.frames or FRAMES
+        if not os.environ.get("SDL_AUDIODRIVER"):
+            os.environ["SDL_AUDIODRIVER"] = "disk"
+            os.environ.setdefault("SDL_DISKAUDIOFILE", "/dev/null")
+            os.environ.setdefault("SDL_DISKAUDIODELAY", "5")  # milliseconds a block
 
     global system
     try:

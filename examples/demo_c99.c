@@ -3,14 +3,14 @@
  * The demo as a host in C99 that isn't linked against the library: it loads the library by name at
  * run time, and each function by name out of it.
  *
- * A solid of glazed stone turns in a dim studio, with a card over it that shows its texture.
- * Without a display the demo draws a fixed number of frames off screen and saves the last one as a
- * PNG file. demo.cpp and demo.py are the same program, function by function, and draw the same
- * pixels.
+ * A solid of glazed stone turns in a dim studio, with a card over it that shows its texture, and
+ * music plays. Without a display the demo draws a fixed number of frames off screen, saves the last
+ * one as a PNG file, and beside it as a WAV file what it played. demo.cpp and demo.py are the same
+ * program, function by function, and give the same pixels and samples.
  *
  * Keys: arrows or a drag turn the solid, the wheel zooms, a picture dropped on the window becomes
- * the texture. F2 software graphics on and off, F11 or Alt+Return full screen, F12 or P saves the
- * picture, Escape closes.
+ * the texture. Space rings a chime, F2 software graphics on and off, F11 or Alt+Return full screen,
+ * F12 or P saves the picture, Escape closes.
  *
  * Usage: demo_c99 [--frames N] [--output FILE] [--assets DIRECTORY] [--library FILE]
  */
@@ -32,6 +32,7 @@
     CALL(void, system_init, (u32))                                                                 \
     CALL(void, system_release, (void))                                                             \
     CALL(u64, system_ticks, (void))                                                                \
+    CALL(void, system_sleep, (u32))                                                                \
     CALL(file_stream*, file_open, (Slice, u8))                                                     \
     CALL(b8, file_failed, (const file_stream*))                                                    \
     CALL(i64, file_size, (file_stream*))                                                           \
@@ -90,12 +91,28 @@
     CALL(i64, image_get_buffer_position, (void))                                                   \
     CALL(void, image_set_flip, (b8))                                                               \
     CALL(void, image_load, (Image*, Slice, i8))                                                    \
-    CALL(b8, image_save, (Image, Slice, i8))
+    CALL(b8, image_save, (Image, Slice, i8))                                                       \
+    CALL(void, audio_set_buffer, (i64, void*))                                                     \
+    CALL(void, audio_wave_load, (Wave*, u8, Slice))                                                \
+    CALL(i32, audio_stream_open, (u8, Slice, b8))                                                  \
+    CALL(void, audio_stream_read_info, (AudioInfo*, i32))                                          \
+    CALL(void, audio_stream_write_info, (i32, AudioInfo))                                          \
+    CALL(i64, audio_stream_read, (i32, u64, void*))                                                \
+    CALL(u64, audio_stream_write, (i32, u64, void*))                                               \
+    CALL(i32, audio_stream_seek, (i32, u64))                                                       \
+    CALL(void, audio_stream_close, (i32))                                                          \
+    CALL(b8, audio_open, (u8, u8, i32, u16, audio_callback, void*))                                \
+    CALL(void, audio_play, (void))                                                                 \
+    CALL(void, audio_pause, (void))                                                                \
+    CALL(void, audio_lock, (void))                                                                 \
+    CALL(void, audio_unlock, (void))                                                               \
+    CALL(void, audio_close, (void))
 
 #define MEMBER(result, name, parameters) result(*name) parameters;
 static struct {
     CALLS(MEMBER)
     i32 *texture_width, *texture_height; /* data of the library, which is found by name as well */
+    u32* player_id;
 } lib;
 
 enum {
@@ -105,13 +122,28 @@ enum {
     FRAMES = 60,
     IMAGE_MEMORY = 256 << 20, /* not taken from the system before a load touches it */
     TRIANGLES = 4,            /* OpenGL's own numbers */
-    TRIANGLE_STRIP = 5
+    TRIANGLE_STRIP = 5,
+    SOUND_BLOCK = 1024,
+    SOUND_SECONDS = 8,
+    CHIME_FRAME = 88200 /* in what is saved */
 };
 
 typedef struct Options {
     int frames;
     const char *output, *assets, *library;
 } Options;
+
+/* What the callback and the host share. While the player runs, the callback alone calls the sound
+ * family, and the host touches this under audio_lock. */
+typedef struct Sound {
+    i32 music; /* the stream */
+    AudioInfo info;
+    Wave chime;        /* mono */
+    i64 played;        /* frames */
+    i64 chime_at;      /* the frame with which the chime began or begins */
+    i64 record_frames; /* to be saved */
+    i16* recorded;     /* room for them */
+} Sound;
 
 typedef struct Demo {
     i32 width, height;
@@ -120,6 +152,7 @@ typedef struct Demo {
     u32 solid, studio, picture; /* shaders */
     u32 stone, panel, copy;     /* textures */
     u32 tube, no_attributes;    /* vertex arrays */
+    Sound sound;
 } Demo;
 
 /* A line for the user, and the end. */
@@ -153,6 +186,7 @@ static void load_library(const char* path) {
     CALLS(LOAD)
     lib.texture_width = find(library, "sdl_texture_width");
     lib.texture_height = find(library, "sdl_texture_height");
+    lib.player_id = find(library, "audio_player_id");
 }
 
 static Slice text(const char* string) {
@@ -226,6 +260,76 @@ static u32 make_texture(const char* assets, const char* name) {
     u32 texture = lib.texture_create();
     if (!load_texture(texture, text(path))) fail("can't load the picture %s", path);
     return texture;
+}
+
+/* Gives the next block of the music, from its end on to its beginning, with the chime over it. SDL2
+ * calls it on a thread of its own. It allocates nothing and waits for nothing. */
+static void play(void* userdata, u8* block, i32 length) {
+    Sound* sound = userdata;
+    i64 channels = sound->info.channels, frames = length / (2 * channels);
+    i16* samples = (i16*)(void*)block;
+    i64 room = sound->record_frames - sound->played;
+    i64 count = lib.audio_stream_read(sound->music, (u64)frames, samples);
+    if (count < frames) {
+        lib.audio_stream_seek(sound->music, 0);
+        count +=
+            lib.audio_stream_read(sound->music, (u64)(frames - count), samples + count * channels);
+    }
+    memset(samples + count * channels, 0, (size_t)((frames - count) * channels) * 2);
+
+    lay_over(samples, frames, sound->info.channels, sound->chime.data, sound->chime.size / 2,
+             sound->chime_at - sound->played);
+    if (room > 0)
+        memcpy(sound->recorded + sound->played * channels, samples,
+               (size_t)((room < frames ? room : frames) * channels) * 2);
+    sound->played += frames;
+}
+
+/* Lets the music begin. Without a sound device the demo goes on in silence. */
+static void open_sound(Sound* sound, const Options* options) {
+    static i64 memory[(64 << 10) / sizeof(i64)]; /* for the chime and the file that is saved */
+    const char* path = join(options->assets, "music.ogg");
+    lib.audio_set_buffer(sizeof memory, memory);
+    sound->music = lib.audio_stream_open(SAMPLE_FORMAT_S16, text(path), 0);
+    lib.audio_stream_read_info(&sound->info, sound->music);
+    if (!sound->info.size) fail("can't load the sound %s", path);
+    path = join(options->assets, "chime.wav");
+    lib.audio_wave_load(&sound->chime, SAMPLE_FORMAT_S16, text(path));
+    if (!sound->chime.data || sound->chime.channels != 1) fail("can't load the sound %s", path);
+
+    if (options->frames) sound->record_frames = (i64)sound->info.sample_rate * SOUND_SECONDS;
+    sound->recorded = allocate((size_t)(sound->record_frames * sound->info.channels) * 2 + 1);
+    sound->chime_at = options->frames ? CHIME_FRAME : -sound->chime.size; /* or over long ago */
+    lib.audio_open(SAMPLE_FORMAT_S16, (u8)sound->info.channels, sound->info.sample_rate,
+                   SOUND_BLOCK, play, sound);
+    lib.audio_play();
+}
+
+/* Saves what was played beside the picture and prints where, its length, and the CRC-32 of its
+ * samples. */
+static void save_sound(const Sound* sound, const char* picture) {
+    AudioInfo info = sound->info;
+    u64 frames = (u64)sound->record_frames, written;
+    const char *slash = strrchr(picture, '/'), *dot = strrchr(slash ? slash : picture, '.');
+    char path[4096];
+    i32 file;
+    if (snprintf(path, sizeof path, "%.*s.wav", (int)(dot ? dot - picture : (i64)strlen(picture)),
+                 picture) >= (int)sizeof path)
+        fail("the path is too long: %s", picture);
+    for (i64 played = 0; played < sound->record_frames; lib.system_sleep(1)) {
+        lib.audio_lock();
+        played = sound->played;
+        lib.audio_unlock();
+    }
+    lib.audio_pause(); /* no call comes in any more: the sound family is the host's again */
+    info.size = sound->record_frames * info.channels * 2;
+    file = lib.audio_stream_open(info.format, text(path), 1);
+    lib.audio_stream_write_info(file, info);
+    written = lib.audio_stream_write(file, frames, sound->recorded);
+    lib.audio_stream_close(file);
+    if (written != frames) fail("can't write %s", path);
+    printf("%s: %.1f s, CRC-32 %08x\n", path, (double)frames / info.sample_rate,
+           checksum(0, (u8*)sound->recorded, (int)info.size));
 }
 
 static void make_scene(Demo* demo, const char* assets) {
@@ -406,6 +510,11 @@ static int handle_input(Demo* demo) {
         demo->software = !demo->software;
         lib.display_set_software_graphics((b8)demo->software);
     }
+    if (lib.input_key_is_pressed(KEY_SPACE)) {
+        lib.audio_lock();
+        demo->sound.chime_at = demo->sound.played;
+        lib.audio_unlock();
+    }
     lib.display_file_dropped(&dropped);
     if (dropped.count > 0 && !load_texture(demo->stone, dropped))
         fprintf(stderr, "demo: can't load the picture %.*s\n", (int)dropped.count,
@@ -413,28 +522,33 @@ static int handle_input(Demo* demo) {
     return lib.input_key_is_pressed(KEY_F12) || lib.input_key_is_pressed(KEY_P);
 }
 
-/* Draws until the window is closed, or the number of frames asked for, the last of which is saved.
- */
+/* Draws and plays until the window is closed, or the number of frames asked for, the last of which
+ * is saved, with the sound. */
 static void run(const Options* options) {
     Demo demo = {.width = WIDTH, .height = HEIGHT, .zoom = 1.0};
     void* memory = allocate(IMAGE_MEMORY);
     u32 error;
-    lib.system_init(SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS);
+    lib.system_init(SYSTEM_INIT_AUDIO | SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS);
     if (!lib.display_open(WIDTH, HEIGHT, text("halvorin system"), DISPLAY_RESIZABLE | DISPLAY_VSYNC,
                           SAMPLES))
         fail("can't open the display");
     lib.image_set_buffer(IMAGE_MEMORY, memory);
     lib.image_set_flip(1); /* the bottom row first, as OpenGL has it */
     make_scene(&demo, options->assets);
+    open_sound(&demo.sound, options);
     for (int frame = 0; !demo.closed && (!options->frames || frame < options->frames); ++frame) {
         int wanted = handle_input(&demo);
         draw_frame(&demo, options->frames ? frame : (i64)lib.system_ticks() * 60 / 1000);
         if (wanted || frame + 1 == options->frames) save_frame(&demo, options->output);
         present(&demo);
     }
+    if (options->frames && !demo.closed && *lib.player_id) save_sound(&demo.sound, options->output);
+    lib.audio_close();
+    lib.audio_stream_close(demo.sound.music);
     error = lib.pipeline_get_error();
     if (error) fail("OpenGL reports an error: 0x%04x", error - 1);
     lib.system_release();
+    free(demo.sound.recorded);
     free(memory);
 }
 
@@ -460,12 +574,18 @@ int main(int argc, char** argv) {
                  "FILE]");
     }
 
-    /* Without a display the demo goes off screen. The choice of driver is the host's alone to make.
-     */
+    /* Without a display the demo goes off screen, and its sound to SDL2's disk driver, faster than
+     * it would sound. The choice of drivers is the host's alone to make. */
     if (!*variable("DISPLAY") && !*variable("WAYLAND_DISPLAY") && !*variable("SDL_VIDEODRIVER"))
         setenv("SDL_VIDEODRIVER", "offscreen", 1);
-    if (!options.frames && strcmp(variable("SDL_VIDEODRIVER"), "offscreen") == 0)
-        options.frames = FRAMES;
+    if (strcmp(variable("SDL_VIDEODRIVER"), "offscreen") == 0) {
+        if (!options.frames) options.frames = FRAMES;
+        if (!*variable("SDL_AUDIODRIVER")) {
+            setenv("SDL_AUDIODRIVER", "disk", 1);
+            setenv("SDL_DISKAUDIOFILE", "/dev/null", 0);
+            setenv("SDL_DISKAUDIODELAY", "5", 0); /* milliseconds a block */
+        }
+    }
     load_library(options.library);
     run(&options);
     return 0;

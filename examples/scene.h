@@ -143,6 +143,18 @@ static void make_view(View* view, int width, int height, int64_t frame, double y
     }
 }
 
+/* Lays a sound of one channel over all channels of a block, from the block's frame `start` on. Of
+ * the sound, any part may stand ahead of the block or behind it. */
+static void lay_over(int16_t* block, int64_t frames, int channels, const int16_t* sound,
+                     int64_t sound_frames, int64_t start) {
+    int64_t first = start > 0 ? start : 0;
+    int64_t end = start + sound_frames < frames ? start + sound_frames : frames;
+    for (int64_t i = first * channels; i < end * channels; ++i) {
+        int sum = block[i] + sound[i / channels - start];
+        block[i] = (int16_t)(sum < -32768 ? -32768 : sum > 32767 ? 32767 : sum);
+    }
+}
+
 /* CRC-32, as zlib's crc32 has it. */
 static uint32_t checksum(uint32_t so_far, const uint8_t* bytes, int count) {
     so_far = ~so_far;

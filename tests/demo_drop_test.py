@@ -45,7 +45,7 @@ def checksum_after(dropped):
         status = demo.main()
         demo.system.display_close()  # a host that starts again begins with this
     assert status == 0 and frames == 3, (status, frames, err.getvalue())
-    return out.getvalue().split()[-1], err.getvalue()
+    return out.getvalue().splitlines()[0].split()[-1], err.getvalue()
 
 
 plain, message = checksum_after("")

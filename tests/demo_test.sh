@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The example hosts, run as a user runs them.
 #   demo_test.sh pictures LIBRARY EXAMPLES SOURCES   off screen; without LIBRARY ("") no host in Python
-#   demo_test.sh keys EXAMPLES                       in a window on the X server that DISPLAY names
+#   demo_test.sh keys EXAMPLES SOURCES               in a window on the X server that DISPLAY names
 set -euo pipefail
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -31,10 +31,12 @@ refuses() {
     grep -qF "demo: $1" "$work/err" || fail "${*:2}: says '$(cat "$work/err")', not '$1'"
 }
 
+crc() { python3 -c 'import sys, zlib; print("%08x" % zlib.crc32(sys.stdin.buffer.read()))'; }
+
 pictures() {
     local library=$1 examples=$2 sources=$3 name line first=""
     # Nothing tells the hosts of a display or a driver: they go off screen by themselves.
-    unset DISPLAY WAYLAND_DISPLAY SDL_VIDEODRIVER
+    unset DISPLAY WAYLAND_DISPLAY SDL_VIDEODRIVER SDL_AUDIODRIVER
     declare -A hosts=([cpp]="$examples/demo" [c99]="$examples/demo_c99")
     if [[ $library ]]; then
         hosts[python]="python3 $sources/examples/demo.py --library $library"
@@ -45,22 +47,42 @@ pictures() {
     fi
     cp -r "$sources/examples/assets" "$work/assets"
     echo "no picture" > "$work/assets/marble.jpg"
+    cp -r "$sources/examples/assets" "$work/no-music"
+    echo "no sound" > "$work/no-music/music.ogg"
+    cp -r "$sources/examples/assets" "$work/no-chime"
+    echo "no sound" > "$work/no-chime/chime.wav"
+    mkdir "$work/taken.wav"
 
     for name in "${!hosts[@]}"; do
         # shellcheck disable=SC2206
-        local host=(${hosts[$name]}) picture=$work/$name.png
+        local host=(${hosts[$name]}) picture=$work/$name.png sound=$work/$name.wav sum samples shape
         line=$("${host[@]}" --output "$picture")
-        local sum
-        sum=$(convert "$picture" -depth 8 rgb:- | python3 -c 'import sys, zlib; print("%08x" % zlib.crc32(sys.stdin.buffer.read()))')
-        [[ $line == "$picture: 960 x 540, CRC-32 $sum" ]] || fail "$name prints '$line'; the file's pixels have $sum"
+        sum=$(convert "$picture" -depth 8 rgb:- | crc)
+        samples=$(sox "$sound" -t raw - | crc)
+        [[ $line == "$picture: 960 x 540, CRC-32 $sum"$'\n'"$sound: 8.0 s, CRC-32 $samples" ]] ||
+            fail "$name prints '$line'; the files' pixels have $sum, the samples $samples"
+        shape=$(for option in -t -c -r -s -b; do soxi $option "$sound"; done)
+        [[ ${shape//$'\n'/ } == "wav 2 44100 352800 16" ]] || fail "$name: $(soxi "$sound")"
         [[ $(identify -format '%w %h %m' "$picture") == "960 540 PNG" ]] || fail "$name: $(identify "$picture")"
         first=${first:-$picture}
-        [[ $(compare -metric AE "$first" "$picture" null: 2>&1) == 0 ]] || fail "$name draws another picture than $first"
+        cmp "${first%.png}.wav" "$sound" || fail "$name plays another sound than $first"
+        [[ $(compare -metric AE "$first" "$picture" null: 2>&1) == 0 ]] ||
+            fail "$name draws another picture than $first"
 
         refuses "can't read $work/none/solid.glsl" "${host[@]}" --assets "$work/none"
         refuses "can't load the picture $work/assets/marble.jpg" "${host[@]}" --assets "$work/assets"
+        refuses "can't load the sound $work/no-music/music.ogg" "${host[@]}" --assets "$work/no-music"
+        refuses "can't load the sound $work/no-chime/chime.wav" "${host[@]}" --assets "$work/no-chime"
         refuses "can't write $work/none/a.png" "${host[@]}" --frames 1 --output "$work/none/a.png"
+        refuses "can't write $work/taken.wav" "${host[@]}" --frames 1 --output "$work/taken.png"
+
+        # A sound driver that the user names is used, and one that can't be opened leaves the picture.
+        line=$(SDL_AUDIODRIVER=none "${host[@]}" --frames 1 --output "$work/silent.png")
+        [[ $line == "$work/silent.png: "* && $line != *$'\n'* && ! -e $work/silent.wav ]] ||
+            fail "$name without a sound device prints '$line'"
     done
+
+    "$(dirname "$0")/demo_sound_test.py" "${first%.png}.wav" "$sources/examples/assets" 8 88200
 
     # The three could agree on an empty view, or on one that stands still.
     (($(identify -format %k "$first") > 20000)) || fail "the picture has $(identify -format %k "$first") colours"
@@ -94,7 +116,7 @@ keys() {
     }
 
     unset SDL_VIDEODRIVER WAYLAND_DISPLAY
-    "$1/demo" --output "$shot" > "$work/out" 2> "$work/err" &
+    SDL_AUDIODRIVER=disk SDL_DISKAUDIOFILE=$work/played.raw "$1/demo" --output "$shot" > "$work/out" 2> "$work/err" &
     demo=$!
     trap 'kill $demo 2> /dev/null || true; rm -rf "$work"' EXIT
     eventually "the window" xdotool search --onlyvisible --name '^halvorin system$'
@@ -102,6 +124,7 @@ keys() {
     xdotool windowfocus --sync "$window"
 
     eventually "a picture by F12, as large as the window" saves F12 960x540
+    xdotool key space
     xdotool windowsize --sync "$window" 640 400
     eventually "a picture by P, as large as the window is now" saves p 640x400
     for round in "software graphics" "hardware graphics again"; do
@@ -112,6 +135,7 @@ keys() {
     xdotool key Escape
     eventually "the end after Escape" gone $demo
     wait $demo || fail "exit status $? after Escape: $(cat "$work/err")"
+    "$(dirname "$0")/demo_sound_test.py" "$work/played.raw" "$2/examples/assets" 4
 }
 
 "$@"
