@@ -52,6 +52,7 @@ static i64 convert(i32 from, i32 to, i64 total) {
         done += count;
         /* A file may not say how long it is. */
         if (total > 0) printf("\r%3d %%", (int)(done * 100 / total));
+        fflush(stdout);
         if (count < BLOCK_FRAMES) break;
     }
     printf("\r%lld frames\n", (long long)done);

@@ -2,6 +2,8 @@
 # The example hosts, run as a user runs them.
 #   demo_test.sh pictures LIBRARY EXAMPLES SOURCES   off screen; without LIBRARY ("") no host in Python
 #   demo_test.sh keys EXAMPLES SOURCES               in a window on the X server that DISPLAY names
+#   demo_test.sh converter EXAMPLES SAMPLES          on sample sounds
+#   demo_test.sh queue EXAMPLES                      on SDL's disk driver
 set -euo pipefail
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -136,6 +138,69 @@ keys() {
     eventually "the end after Escape" gone $demo
     wait $demo || fail "exit status $? after Escape: $(cat "$work/err")"
     "$(dirname "$0")/demo_sound_test.py" "$work/played.raw" "$2/examples/assets" 4
+}
+
+converter() {
+    local examples=$1 samples=$2 row in format bits expected out=$work/out.wav status
+    # Every sample as another tool reads it.
+    for row in "s24.wav s32 32" "s16.flac s16 16" "s16.flac u16 16" "s16-six.flac s16 16" "s16.wav u32 32" \
+        "s24.flac s32 32" "long.wav s16 16" "no-length.flac s16 16"; do
+        read -r in format bits <<< "$row"
+        expected=$work/expected.raw
+        sox -D "$samples/$in" -t raw -e signed -b "$bits" "$expected"
+        "$examples/03_sound_converter" "$samples/$in" "$out" "$format" > "$work/log"
+        sox "$out" -t raw "$work/got.raw"
+        cmp "$expected" "$work/got.raw" || fail "$in is another sound in $format"
+        [[ $(soxi -b "$out") == "$bits" && $(soxi -r "$out") == "$(soxi -r "$samples/$in")" ]] || fail "$(soxi "$out")"
+        tail -n 1 "$work/log" | grep -q "$(soxi -s "$out") frames" || fail "says '$(cat "$work/log")'"
+    done
+    grep -q "%" "$work/log" && fail "shows progress through a file that doesn't say its length"
+
+    # Vorbis: to one step of 16 bits, by whole and by floating numbers.
+    for format in s16 f32; do
+        "$examples/03_sound_converter" "$samples/long.ogg" "$out" $format > "$work/log"
+        grep -q " 46 %.* 92 %.*100 %" "$work/log" || fail "no progress: $(cat "$work/log")"
+        sox -D "$out" -t raw -b 16 "$work/got.raw"
+        python3 - "$samples/long.ogg.s16" "$work/got.raw" << 'END'
+import sys
+from array import array
+expected, got = (array("h", open(name, "rb").read()) for name in sys.argv[1:])
+assert len(expected) == len(got) > 80000, (len(expected), len(got))
+assert max(abs(a - b) for a, b in zip(expected, got)) <= 1
+END
+    done
+
+    for row in "$work/none.wav $out s16" "$samples/s16.wav $work/none/out.wav s16" "$samples/s16.wav $out s24"; do
+        status=0
+        # shellcheck disable=SC2086
+        "$examples/03_sound_converter" $row > "$work/log" 2>&1 || status=$?
+        ((status > 0)) || fail "03_sound_converter $row: exit status 0"
+    done
+}
+
+queue() {
+    export SDL_AUDIODRIVER=disk SDL_DISKAUDIOFILE=$work/played.raw SDL_DISKAUDIODELAY=2
+    local line note=0 pitch heard
+    line=$("$1/04_sound_queue") || fail "04_sound_queue: exit status $?"
+    # The device plays blocks of silence where the queue is empty: ahead of the sound, and whenever
+    # this machine is too busy to fill it.
+    python3 - "$work/played.raw" > "$work/sound.raw" << 'END'
+import sys
+content = open(sys.argv[1], "rb").read()
+blocks = (content[i:i + 4096] for i in range(0, len(content), 4096))
+sys.stdout.buffer.write(b"".join(block for block in blocks if any(block)))
+END
+    sox -t raw -e float -b 32 -c 1 -r 44100 "$work/sound.raw" "$work/played.wav"
+    [[ $line == "played $(soxi -s "$work/played.wav") frames" ]] || fail "'$line', but $(soxi "$work/played.wav")"
+    # Each quarter of a second has its note: the loudest line of its spectrum.
+    for pitch in 262 330 392 523 659 523 392 330; do
+        heard=$(sox "$work/played.wav" -n trim "$((note * 11025))s" 8192s stat -freq 2>&1 |
+            awk 'NF == 2 && $1 + 0 == $1 && $1 > 200 && $2 > most {most = $2; at = $1} END {printf "%d", at}')
+        ((heard > pitch - 12 && heard < pitch + 12)) || fail "note $note is heard at $heard Hz, not $pitch"
+        ((++note))
+    done
+    line=$(SDL_AUDIODRIVER=none "$1/04_sound_queue" 2>&1) && fail "plays without a device"
+    [[ $line == "no sound device" ]] || fail "says '$line'"
 }
 
 "$@"
