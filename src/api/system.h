@@ -12,6 +12,7 @@
  *   graphics.h  OpenGL 3.3 in the library's numbers
  *   images.h    image files to pixels and back
  *   audio.h     sound files, streams, conversion, player and recorder
+ *   network.h   addresses, TCP and UDP sockets, selectors
  *
  * Every header compiles alone, as C99 and as C++.
  */
@@ -25,3 +26,4 @@
 #include "graphics.h"
 #include "images.h"
 #include "input.h"
+#include "network.h"
