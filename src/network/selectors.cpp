@@ -2,6 +2,7 @@
 #include "api/network_selectors.h"
 #include "platform/sockets.h"
 
+#include <bit>
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
@@ -45,22 +46,23 @@ i32 place_of(const NetworkSelector& selector, network_socket socket) {
 }
 
 // The different sockets at the front of a list, as many as are waited for. Handles are small and
-// mostly close together: a bit for the low byte of each spares nearly every search.
+// mostly close together: a mark for the low byte of each spares nearly every search. (Bits in place
+// of bytes would make each mark wait for the one before.)
 struct waited_sockets {
     i32 count = 0;
-    u64 low_bytes[4] = {};
+    bool is_marked[256] = {};
     network_socket sockets[most_waited];
     i32 places[most_waited]; // in the list, of the first of each
 
     i32 find(network_socket socket) const {
-        if ((low_bytes[socket >> 6 & 3] >> (socket & 63) & 1) == 0) return -1;
+        if (!is_marked[socket & 255]) return -1;
         for (i32 i = 0; i < count; ++i) {
             if (sockets[i] == socket) return i;
         }
         return -1;
     }
     void add(network_socket socket, i32 place) {
-        low_bytes[socket >> 6 & 3] |= u64{1} << (socket & 63);
+        is_marked[socket & 255] = true;
         sockets[count] = socket;
         places[count++] = place;
     }
@@ -72,9 +74,18 @@ void list_different(waited_sockets& waited, const NetworkSelector& selector) {
     }
 }
 
-// In the list's order, and as often as each stands in it.
-void give_ready(Slice ready, const NetworkSelector& selector, const waited_sockets& waited,
-                u64 bits) {
+// In the list's order. In most lists all sockets differ and are waited for, so that the bits tell
+// their places.
+void give_each(Slice ready, const network_socket* sockets, u64 bits) {
+    auto* const given = static_cast<network_socket*>(ready.data);
+    for (i64 count = 0; bits != 0 && count < ready.count; bits &= bits - 1) {
+        given[count++] = sockets[std::countr_zero(bits)];
+    }
+}
+
+// The same for any list: a socket is given as often as it stands there.
+void give_repeated(Slice ready, const NetworkSelector& selector, const waited_sockets& waited,
+                   u64 bits) {
     auto* const given = static_cast<network_socket*>(ready.data);
     i64 count = 0;
     i32 next = 0;
@@ -126,6 +137,10 @@ i64 network_selector_wait(i32 selector, i64 milliseconds, Slice ready) {
     list_different(waited, *found);
     u64 bits = 0;
     const i64 result = wait_for_sockets(waited.sockets, waited.count, milliseconds, &bits);
-    if (result > 0) give_ready(ready, *found, waited, bits);
+    if (result > 0 && waited.count == found->count) {
+        give_each(ready, waited.sockets, bits);
+    } else if (result > 0) {
+        give_repeated(ready, *found, waited, bits);
+    }
     return result;
 }
