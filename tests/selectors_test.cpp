@@ -210,6 +210,9 @@ TEST_F(SelectorsTest, ReadySocketsComeInTheListsOrderAsManyAsHaveRoom) {
     list ready(5, 77);
     EXPECT_EQ(wait(0, ready), 3);
     EXPECT_EQ(ready, (list{sockets[1], sockets[3], sockets[4], sockets[3], 77}));
+    list less_room(4, 77);
+    EXPECT_EQ(network_selector_wait(selector, 0, {less_room.data(), 2}), 3);
+    EXPECT_EQ(less_room, (list{sockets[1], sockets[3], 77, 77}));
     network_selector_remove(selector, sockets[3]);
     EXPECT_EQ(wait(0, ready), 3);
     EXPECT_EQ(ready, (list{sockets[1], sockets[3], sockets[4], sockets[3], 77}));
