@@ -44,6 +44,10 @@ TEST_F(GraphicsCallsTest, TexturesReachOpenGlWithTheirArguments) {
     expect_calls(texture_cases);
 }
 
+TEST_F(GraphicsCallsTest, FrameBuffersReachOpenGlWithTheirArguments) {
+    expect_calls(frame_buffer_cases);
+}
+
 TEST_F(GraphicsCallsTest, GeometryReachesOpenGlWithItsArguments) {
     expect_calls(geometry_cases);
 }
@@ -79,10 +83,12 @@ TEST_F(GraphicsCallsTest, StencilValuesAreBytesWhateverStandsAboveThem) {
 TEST_F(GraphicsCallsTest, ResultsAreWhatOpenGlGives) {
     const auto give_name = [](GLsizei, GLuint* name) { *name = 0xFFFFFFF0; };
     gl::GenBuffers.behaviour = gl::GenTextures.behaviour = gl::GenVertexArrays.behaviour =
-        give_name;
+        gl::GenFramebuffers.behaviour = gl::GenRenderbuffers.behaviour = give_name;
     EXPECT_EQ(buffer_create(), 0xFFFFFFF0);
     EXPECT_EQ(texture_create(), 0xFFFFFFF0);
     EXPECT_EQ(vertex_array_create(), 0xFFFFFFF0);
+    EXPECT_EQ(frame_buffer_create(), 0xFFFFFFF0);
+    EXPECT_EQ(render_buffer_create(), 0xFFFFFFF0);
     gl::CreateProgram.behaviour = [] { return 0x80000001; };
     EXPECT_EQ(shader_create(), 0x80000001);
 
@@ -121,6 +127,32 @@ TEST_F(GraphicsCallsTest, AnErrorIsOpenGlsCodePlusOneAndIsAskedForOnce) {
     gl::GetError.behaviour = [] { return GL_NO_ERROR; };
     EXPECT_EQ(pipeline_get_error(), 0u);
     EXPECT_EQ(gl::calls.size(), 6u);
+}
+
+TEST_F(GraphicsCallsTest, AStatusWithoutANumberIsComplete) {
+    const struct {
+        GLenum gl;
+        u32 status;
+    } cases[] = {
+        {GL_FRAMEBUFFER_COMPLETE, FRAME_BUFFER_STATUS_COMPLETE},
+        {GL_FRAMEBUFFER_UNDEFINED, FRAME_BUFFER_STATUS_UNDEFINED},
+        {GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT, FRAME_BUFFER_STATUS_INCOMPLETE_ATTACHMENT},
+        {GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT,
+         FRAME_BUFFER_STATUS_INCOMPLETE_MISSING_ATTACHMENT},
+        {GL_FRAMEBUFFER_INCOMPLETE_DRAW_BUFFER, FRAME_BUFFER_STATUS_INCOMPLETE_DRAW_BUFFER},
+        {GL_FRAMEBUFFER_INCOMPLETE_READ_BUFFER, FRAME_BUFFER_STATUS_INCOMPLETE_READ_BUFFER},
+        {GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE, FRAME_BUFFER_STATUS_INCOMPLETE_MULTISAMPLE},
+        {GL_FRAMEBUFFER_INCOMPLETE_LAYER_TARGETS, FRAME_BUFFER_STATUS_INCOMPLETE_LAYER_TARGETS},
+        {GL_FRAMEBUFFER_UNSUPPORTED, FRAME_BUFFER_STATUS_UNSUPPORTED},
+        {0, FRAME_BUFFER_STATUS_COMPLETE},
+        {0x8CD9, FRAME_BUFFER_STATUS_COMPLETE}, // differing sizes, a fault before OpenGL 3
+        {0xFFFFFFFF, FRAME_BUFFER_STATUS_COMPLETE},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.gl);
+        gl::CheckFramebufferStatus.behaviour = [&](GLenum) { return c.gl; };
+        EXPECT_EQ(frame_buffer_get_status(FRAME_BUFFER_TARGET_BOTH), c.status);
+    }
 }
 
 TEST_F(GraphicsCallsTest, NamesOfLookupsMayFillTheScratchAndNoMore) {
@@ -197,6 +229,7 @@ TEST_F(GraphicsCallsTest, EveryGraphicsFunctionIsCalled) {
     };
     add(shader_cases);
     add(texture_cases);
+    add(frame_buffer_cases);
     add(geometry_cases);
     add(pipeline_cases);
     add(truth_cases);
@@ -212,7 +245,7 @@ TEST_F(GraphicsCallsTest, EveryGraphicsFunctionIsCalled) {
             declared.insert((*i)[1]);
         }
     }
-    EXPECT_GE(declared.size(), 148u);
+    EXPECT_GE(declared.size(), 164u);
     EXPECT_EQ(called, declared);
 }
 

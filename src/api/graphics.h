@@ -12,10 +12,10 @@
  *  - Arguments stand in an order of their own where a function's comment says so.
  *  - shader_source takes all stages of a shader in one text.
  *
- * Objects. Shaders, textures, buffers and vertex arrays are OpenGL names: u32 numbers from a
- * _create call, good until the matching _destroy. 0 is no object. The library keeps no list of
- * them, caches no state and never binds or unbinds anything by itself. The one setting that it
- * makes is seamless cube map sampling, which is on from the start.
+ * Objects. Shaders, textures, buffers, vertex arrays, frame buffers and render buffers are OpenGL
+ * names: u32 numbers from a _create call, good until the matching _destroy. 0 is no object. The
+ * library keeps no list of them, caches no state and never binds or unbinds anything by itself. The
+ * one setting that it makes is seamless cube map sampling, which is on from the start.
  *
  * Memory. OpenGL reads or writes the host's memory during the call and keeps no pointer to it. No
  * call allocates.
@@ -29,6 +29,7 @@
  */
 
 #include "graphics_enumerations.h"
+#include "graphics_frame_buffers.h"
 #include "graphics_geometry.h"
 #include "graphics_pipeline.h"
 #include "graphics_shaders.h"

@@ -2,6 +2,7 @@
 #include "api/display.h"
 #include "api/input.h"
 #include "display/frame_state.h"
+#include "frame/boundary.h"
 
 #include <SDL.h>
 
@@ -25,11 +26,6 @@ void clear_poll_state() {
     for (std::size_t i = 0; i < sizeof(poll_state) / sizeof(__m128i); i++) {
         _mm_store_si128(block + i, zero);
     }
-}
-
-// Sums of the host's own injected events may run over; they wrap.
-i32 wrapping_sum(i32 a, i32 b) {
-    return static_cast<i32>(static_cast<u32>(a) + static_cast<u32>(b));
 }
 
 void change(u8& count, int by) {
@@ -108,6 +104,7 @@ void button_up(const SDL_MouseButtonEvent& event) {
     held_state.mouse_buttons_held[code] = 0;
 }
 
+// The host's own injected events may move it any way.
 void mouse_motion(const SDL_MouseMotionEvent& event) {
     lasting_state.mouse_x = event.x;
     lasting_state.mouse_y = event.y;

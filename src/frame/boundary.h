@@ -24,6 +24,11 @@ inline bool is_true(b8 argument) {
     return low_bits(argument) != 0;
 }
 
+// For sums of numbers that the host gives as it likes: they wrap round.
+inline i32 wrapping_sum(i32 a, i32 b) {
+    return static_cast<i32>(static_cast<u32>(a) + static_cast<u32>(b));
+}
+
 inline float value_of(f32_bits argument) {
     return std::bit_cast<float>(argument);
 }

@@ -60,6 +60,33 @@ inline GLenum to_gl_color_buffer(color_buffer_number number) {
     return number < 0 ? GL_NONE : GL_COLOR_ATTACHMENT0 + static_cast<u32>(number);
 }
 
+inline GLenum to_gl_attachment(frame_buffer_attachment attachment, i32 color_index) {
+    switch (attachment) {
+    case FRAME_BUFFER_ATTACHMENT_DEPTH: return GL_DEPTH_ATTACHMENT;
+    case FRAME_BUFFER_ATTACHMENT_STENCIL: return GL_STENCIL_ATTACHMENT;
+    case FRAME_BUFFER_ATTACHMENT_DEPTH_STENCIL: return GL_DEPTH_STENCIL_ATTACHMENT;
+    case FRAME_BUFFER_ATTACHMENT_COLOR: return GL_COLOR_ATTACHMENT0 + static_cast<u32>(color_index);
+    default: return 0;
+    }
+}
+
+// The other way round. What has no number of its own is no fault that the host can be told of.
+inline frame_buffer_status from_gl_status(GLenum status) {
+    switch (status) {
+    case GL_FRAMEBUFFER_UNDEFINED: return FRAME_BUFFER_STATUS_UNDEFINED;
+    case GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT: return FRAME_BUFFER_STATUS_INCOMPLETE_ATTACHMENT;
+    case GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT:
+        return FRAME_BUFFER_STATUS_INCOMPLETE_MISSING_ATTACHMENT;
+    case GL_FRAMEBUFFER_INCOMPLETE_DRAW_BUFFER: return FRAME_BUFFER_STATUS_INCOMPLETE_DRAW_BUFFER;
+    case GL_FRAMEBUFFER_INCOMPLETE_READ_BUFFER: return FRAME_BUFFER_STATUS_INCOMPLETE_READ_BUFFER;
+    case GL_FRAMEBUFFER_INCOMPLETE_MULTISAMPLE: return FRAME_BUFFER_STATUS_INCOMPLETE_MULTISAMPLE;
+    case GL_FRAMEBUFFER_INCOMPLETE_LAYER_TARGETS:
+        return FRAME_BUFFER_STATUS_INCOMPLETE_LAYER_TARGETS;
+    case GL_FRAMEBUFFER_UNSUPPORTED: return FRAME_BUFFER_STATUS_UNSUPPORTED;
+    default: return FRAME_BUFFER_STATUS_COMPLETE;
+    }
+}
+
 // clang-format off
 inline constexpr auto texture_target = gl_table({
     {TEXTURE_TARGET_1D,                   GL_TEXTURE_1D},
