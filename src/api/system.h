@@ -4,15 +4,16 @@
 /**
  * The system library's whole interface.
  *
- *   types.h     types at the boundary, and the rules that hold for every call
- *   frame.h     start and stop, services, scratch memory
- *   files.h     files and directories
- *   display.h   the window and its two ways of presenting
- *   input.h     event poll, keyboard and mouse
- *   graphics.h  OpenGL 3.3 in the library's numbers
- *   images.h    image files to pixels and back
- *   audio.h     sound files, streams, conversion, player and recorder
- *   network.h   addresses, TCP and UDP sockets, selectors
+ *   types.h        types at the boundary, and the rules that hold for every call
+ *   frame.h        start and stop, services, scratch memory
+ *   files.h        files and directories
+ *   display.h      the window and its two ways of presenting
+ *   input.h        event poll, keyboard and mouse
+ *   controllers.h  game controllers and rumble
+ *   graphics.h     OpenGL 3.3 in the library's numbers
+ *   images.h       image files to pixels and back
+ *   audio.h        sound files, streams, conversion, player and recorder
+ *   network.h      addresses, TCP and UDP sockets, selectors
  *
  * Every header compiles alone, as C99 and as C++.
  */
@@ -20,6 +21,7 @@
 #include "types.h"
 
 #include "audio.h"
+#include "controllers.h"
 #include "display.h"
 #include "files.h"
 #include "frame.h"
