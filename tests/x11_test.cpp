@@ -1,26 +1,19 @@
 // SPDX-License-Identifier: Zlib
-// Ahead of X11's headers, whose macros stand for names in it.
-#include <gtest/gtest.h>
-
-#include "api/system.h"
+#include "support/x11.h"
 
 #include <SDL.h>
 #include <SDL_syswm.h>
 #include <X11/Xatom.h>
-#include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
 #include <malloc.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <bit>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -28,26 +21,9 @@
 // A real X11 window: xdotool presses keys and moves the mouse, and what is on the screen is read
 // back over a connection of the test's own.
 
+using namespace x11;
+
 namespace {
-
-Slice slice(const std::string& text) {
-    return {const_cast<char*>(text.data()), static_cast<i64>(text.size())};
-}
-
-void xdotool(const std::string& arguments) {
-    ASSERT_EQ(std::system(("xdotool " + arguments).c_str()), 0) << arguments;
-}
-
-// Polls until the condition holds just behind a poll.
-template <class Condition> bool poll_until(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    do {
-        input_poll();
-        if (condition()) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    } while (std::chrono::steady_clock::now() < end);
-    return false;
-}
 
 u32 new_colour() {
     static u32 colour = 0;
@@ -124,45 +100,6 @@ protected:
         show(colour);
         EXPECT_TRUE(poll_until([&] { return screen_pixel(100, 50) == colour; }))
             << std::hex << screen_pixel(100, 50) << " in place of " << colour;
-    }
-
-    std::vector<long> property(Window of, const char* name, Atom type) {
-        Atom actual = 0;
-        int format = 0;
-        unsigned long count = 0;
-        unsigned long rest = 0;
-        unsigned char* data = nullptr;
-        XGetWindowProperty(x_, of, XInternAtom(x_, name, False), 0, 1000, False, type, &actual,
-                           &format, &count, &rest, &data);
-        std::vector<long> items;
-        for (unsigned long i = 0; i < count; i++) {
-            items.push_back(format == 8 ? data[i] : reinterpret_cast<long*>(data)[i] & 0xFFFFFFFF);
-        }
-        if (data != nullptr) XFree(data);
-        return items;
-    }
-
-    std::string title_of(Window of) {
-        std::string title;
-        for (const long byte :
-             property(of, "_NET_WM_NAME", XInternAtom(x_, "UTF8_STRING", False))) {
-            title += static_cast<char>(byte);
-        }
-        return title;
-    }
-
-    // The window of that name that lies on the screen itself; 0 where there is none.
-    Window top_window(const std::string& name) {
-        Window root = 0;
-        Window* children = nullptr;
-        unsigned count = 0;
-        XQueryTree(x_, DefaultRootWindow(x_), &root, &root, &children, &count);
-        Window found = 0;
-        for (unsigned i = 0; i < count; i++) {
-            if (title_of(children[i]) == name) found = children[i];
-        }
-        if (children != nullptr) XFree(children);
-        return found;
     }
 
     Display* x_ = nullptr;
@@ -281,12 +218,13 @@ TEST_F(X11Test, TheWindowIsClosedResizedTitledAndGivenAnIcon) {
 
     const std::string title = "Größe → 窓";
     display_set_title(slice(title));
-    EXPECT_TRUE(poll_until([&] { return title_of(window()) == title; })) << title_of(window());
+    EXPECT_TRUE(poll_until([&] { return title_of(x_, window()) == title; }))
+        << title_of(x_, window());
     const u32 pixels[] = {0x44332211, 0x88776655};
     display_set_icon(2, 1, pixels);
     const std::vector<long> icon = {2, 1, 0x44112233, 0x88556677};
     EXPECT_TRUE(
-        poll_until([&] { return property(window(), "_NET_WM_ICON", XA_CARDINAL) == icon; }));
+        poll_until([&] { return property(x_, window(), "_NET_WM_ICON", XA_CARDINAL) == icon; }));
 
     display_set_visible(0);
     EXPECT_TRUE(poll_until([&] {
@@ -400,40 +338,21 @@ TEST_F(X11Test, OpeningAndClosingForHardwareKeepsNothing) {
         << "what SDL2 itself keeps for each window";
 }
 
-// SDL2 draws the box with one of the server's own fonts, of which a virtual server has none. The
-// path holds as long as a connection to the server does.
 TEST_F(X11DeathTest, TheBoxOfAFatalStopIsClosedByAKeyAndTheProcessEndsWithOne) {
-    const std::string font = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf";
-    if (access(font.c_str(), R_OK) != 0) GTEST_SKIP() << "no font for the box";
-    std::string folder = testing::TempDir() + "x11_test_XXXXXX";
-    ASSERT_NE(mkdtemp(folder.data()), nullptr);
-    ASSERT_EQ(symlink(font.c_str(), (folder + "/box.ttf").c_str()), 0);
-    std::ofstream(folder + "/fonts.dir")
-        << "1\nbox.ttf -misc-box-medium-r-normal--0-0-0-0-p-0-iso8859-1\n";
-    std::string built_in = "built-ins";
-    char* path[] = {folder.data(), built_in.data()};
-    XSetFontPath(x_, path, 2);
-    XSync(x_, False);
-
+    if (!box_font::is_there()) GTEST_SKIP() << "no font for the box";
+    const box_font font(x_);
     const auto stop_and_press_return = [this] {
         // The box is a process of its own, which a test that fails has to take along.
         setpgid(0, 0);
         std::thread([this] {
-            Window box = 0;
-            for (int i = 0; i < 500 && box == 0; i++) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(20));
-                box = top_window("Graphics error");
-            }
+            const Window box = wait_for_box(x_, "Graphics error");
             if (box == 0) kill(0, SIGKILL);
-            XSetInputFocus(x_, box, RevertToPointerRoot, CurrentTime);
-            XSync(x_, False);
             std::fprintf(stderr, "the box is there");
-            xdotool("key Return");
+            press_return_in(x_, box);
             std::this_thread::sleep_for(std::chrono::seconds(10));
             kill(0, SIGKILL);
         }).detach();
         display_set_vsync(1);
     };
     EXPECT_EXIT(stop_and_press_return(), testing::ExitedWithCode(1), "the box is there");
-    std::filesystem::remove_all(folder);
 }

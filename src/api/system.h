@@ -8,6 +8,7 @@
  *   frame.h        start and stop, services, scratch memory
  *   files.h        files and directories
  *   display.h      the window and its two ways of presenting
+ *   desktop.h      clipboard, message box, screen saver
  *   input.h        event poll, keyboard and mouse
  *   controllers.h  game controllers and rumble
  *   graphics.h     OpenGL 3.3 in the library's numbers
@@ -22,6 +23,7 @@
 
 #include "audio.h"
 #include "controllers.h"
+#include "desktop.h"
 #include "display.h"
 #include "files.h"
 #include "frame.h"

@@ -30,7 +30,7 @@ bool is_valid_size(const lent_memory& lent, i64 size) {
 
 // Subtracts instead of adding: neither side leaves the range, whatever the host has stored.
 bool has_room(const lent_memory& lent, i64 size) {
-    const bool within = lent.pos % alignment == 0 && lent.pos >= 0 && lent.pos <= lent.size;
+    const bool within = lent.pos >= 0 && lent.pos <= lent.size;
     return within && is_valid_size(lent, size) && size <= lent.size - lent.pos;
 }
 
@@ -65,6 +65,11 @@ void lend(lent_memory& lent, i64 size, void* memory) {
 
 void* lent_allocate(lent_memory& lent, i64 size) {
     align(lent);
+    if (lent.pos % alignment != 0) return refuse(lent.allocation_failed);
+    return lent_take(lent, size);
+}
+
+void* lent_take(lent_memory& lent, i64 size) {
     if (!has_room(lent, size)) return refuse(lent.allocation_failed);
     u8* const block = lent.memory + lent.pos;
     lent.pos += size;

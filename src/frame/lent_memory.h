@@ -23,6 +23,9 @@ void lend(lent_memory& lent, i64 size, void* memory);
 // when the size is negative or above the largest.
 void* lent_allocate(lent_memory& lent, i64 size);
 
+// A block that begins exactly at the position. Null and the line as above; the position stays.
+void* lent_take(lent_memory& lent, i64 size);
+
 // Resizes a block: where it stands if it is the last one, else in a new block, with the old bytes
 // brought along. A last block has to end below the end of the memory, not at it. Null and the line
 // otherwise; the position is then at the end of the memory or above, so that nothing is given out
