@@ -8,9 +8,9 @@
  *   frame.h        start and stop, services, scratch memory
  *   files.h        files and directories
  *   display.h      the window and its two ways of presenting
- *   desktop.h      clipboard, message box, screen saver
  *   input.h        event poll, keyboard and mouse
  *   controllers.h  game controllers and rumble
+ *   desktop.h      clipboard, message box, screen saver
  *   graphics.h     OpenGL 3.3 in the library's numbers
  *   images.h       image files to pixels and back
  *   audio.h        sound files, streams, conversion, player and recorder
