@@ -10,7 +10,7 @@ for header in "$api"/*.h; do
     done
     for cxx in g++ clang++; do
         # Names that windows.h gives meanings of its own.
-        printf '#define near\n#define far\n#include "%s"\n' "$name" |
+        printf '#define near\n#define far\n#define THREAD_PRIORITY_NORMAL 0\n#include "%s"\n' "$name" |
             "$cxx" -std=c++11 "${strict[@]}" -I "$api" -x c++ -
     done
 done

@@ -14,7 +14,9 @@
  *   graphics.h     OpenGL 3.3 in the library's numbers
  *   images.h       image files to pixels and back
  *   audio.h        sound files, streams, conversion, player and recorder
+ *   concurrency.h  threads, locks and atomics
  *   network.h      addresses, TCP and UDP sockets, selectors
+ *   math.h         scalar functions on doubles
  *
  * Every header compiles alone, as C99 and as C++.
  */
@@ -22,6 +24,7 @@
 #include "types.h"
 
 #include "audio.h"
+#include "concurrency.h"
 #include "controllers.h"
 #include "desktop.h"
 #include "display.h"
@@ -30,4 +33,5 @@
 #include "graphics.h"
 #include "images.h"
 #include "input.h"
+#include "math.h"
 #include "network.h"

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Zlib
+#include "api/concurrency.h"
+
+#include <SDL.h>
+
+#include <type_traits>
+
+static_assert(sizeof(SDL_atomic_t) == sizeof(i32) && alignof(SDL_atomic_t) == alignof(i32));
+static_assert(std::is_same_v<SDL_SpinLock, i32>);
+
+namespace {
+
+// The host's number is the only field of SDL2's record.
+SDL_atomic_t* record(i32* atomic) {
+    return reinterpret_cast<SDL_atomic_t*>(atomic);
+}
+
+} // namespace
+
+i32 atomic_set(i32* atomic, i32 value) {
+    return SDL_AtomicSet(record(atomic), value);
+}
+
+void* atomic_set_ptr(void** atomic, void* value) {
+    return SDL_AtomicSetPtr(atomic, value);
+}
+
+i32 atomic_get(i32* atomic) {
+    return SDL_AtomicGet(record(atomic));
+}
+
+void* atomic_get_ptr(void** atomic) {
+    return SDL_AtomicGetPtr(atomic);
+}
+
+i32 atomic_add(i32* atomic, i32 value) {
+    return SDL_AtomicAdd(record(atomic), value);
+}
+
+i32 atomic_inc_ref(i32* atomic) {
+    return SDL_AtomicAdd(record(atomic), 1);
+}
+
+b8 atomic_dec_ref(i32* atomic) {
+    return SDL_AtomicAdd(record(atomic), -1) == 1;
+}
+
+b8 atomic_cas(i32* atomic, i32 old_value, i32 new_value) {
+    return static_cast<b8>(SDL_AtomicCAS(record(atomic), old_value, new_value));
+}
+
+b8 atomic_cas_ptr(void** atomic, void* old_value, void* new_value) {
+    return static_cast<b8>(SDL_AtomicCASPtr(atomic, old_value, new_value));
+}
+
+void atomic_lock(i32* lock) {
+    SDL_AtomicLock(lock);
+}
+
+b8 atomic_trylock(i32* lock) {
+    return static_cast<b8>(SDL_AtomicTryLock(lock));
+}
+
+void atomic_unlock(i32* lock) {
+    SDL_AtomicUnlock(lock);
+}
+
+void atomic_compiler_barrier() {
+}
