@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Zlib
-"""08_chat_client.c in Python, by ctypes: says what is typed, shows what is said.
+"""07_chat_client.c in Python, by ctypes: says what is typed, shows what is said.
 
 chat_client.py NAME [--port PORT] [--library FILE], where PORT is that of the server's beacon.
 """

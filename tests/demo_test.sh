@@ -148,7 +148,7 @@ converter() {
         read -r in format bits <<< "$row"
         expected=$work/expected.raw
         sox -D "$samples/$in" -t raw -e signed -b "$bits" "$expected"
-        "$examples/03_sound_converter" "$samples/$in" "$out" "$format" > "$work/log"
+        "$examples/02_sound_converter" "$samples/$in" "$out" "$format" > "$work/log"
         sox "$out" -t raw "$work/got.raw"
         cmp "$expected" "$work/got.raw" || fail "$in is another sound in $format"
         [[ $(soxi -b "$out") == "$bits" && $(soxi -r "$out") == "$(soxi -r "$samples/$in")" ]] || fail "$(soxi "$out")"
@@ -158,7 +158,7 @@ converter() {
 
     # Vorbis: to one step of 16 bits, by whole and by floating numbers.
     for format in s16 f32; do
-        "$examples/03_sound_converter" "$samples/long.ogg" "$out" $format > "$work/log"
+        "$examples/02_sound_converter" "$samples/long.ogg" "$out" $format > "$work/log"
         grep -q " 46 %.* 92 %.*100 %" "$work/log" || fail "no progress: $(cat "$work/log")"
         sox -D "$out" -t raw -b 16 "$work/got.raw"
         python3 - "$samples/long.ogg.s16" "$work/got.raw" << 'END'
@@ -173,15 +173,15 @@ END
     for row in "$work/none.wav $out s16" "$samples/s16.wav $work/none/out.wav s16" "$samples/s16.wav $out s24"; do
         status=0
         # shellcheck disable=SC2086
-        "$examples/03_sound_converter" $row > "$work/log" 2>&1 || status=$?
-        ((status > 0)) || fail "03_sound_converter $row: exit status 0"
+        "$examples/02_sound_converter" $row > "$work/log" 2>&1 || status=$?
+        ((status > 0)) || fail "02_sound_converter $row: exit status 0"
     done
 }
 
 queue() {
     export SDL_AUDIODRIVER=disk SDL_DISKAUDIOFILE=$work/played.raw SDL_DISKAUDIODELAY=2
     local line note=0 pitch heard
-    line=$("$1/04_sound_queue") || fail "04_sound_queue: exit status $?"
+    line=$("$1/03_sound_queue") || fail "03_sound_queue: exit status $?"
     # The device plays blocks of silence where the queue is empty: ahead of the sound, and whenever
     # this machine is too busy to fill it.
     python3 - "$work/played.raw" > "$work/sound.raw" << 'END'
@@ -199,7 +199,7 @@ END
         ((heard > pitch - 12 && heard < pitch + 12)) || fail "note $note is heard at $heard Hz, not $pitch"
         ((++note))
     done
-    line=$(SDL_AUDIODRIVER=none "$1/04_sound_queue" 2>&1) && fail "plays without a device"
+    line=$(SDL_AUDIODRIVER=none "$1/03_sound_queue" 2>&1) && fail "plays without a device"
     [[ $line == "no sound device" ]] || fail "says '$line'"
 }
 

@@ -2,7 +2,7 @@
 /* Turns a WAV, FLAC or Ogg Vorbis file into a WAV file, block by block: however long the sound is,
  * a block of it is in memory, and the decoder.
  *
- *     03_sound_converter in.flac out.wav [u16 | u32 | s16 | s32 | f32]
+ *     02_sound_converter in.flac out.wav [u16 | u32 | s16 | s32 | f32]
  *
  * The last word is the sample format of the blocks, s16 if it isn't given. A WAV file holds 16 or
  * 32 bits with a sign: the library converts on the way out. Prints how far it has come. */

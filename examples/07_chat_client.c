@@ -1,7 +1,7 @@
 /* SPDX-License-Identifier: Zlib */
 /* A client of the chat: says what is typed, shows what is said.
  *
- *     08_chat_client NAME [PORT]
+ *     07_chat_client NAME [PORT]
  *
  * PORT is that of the server's beacon (4747). The end of the input leaves the chat. Standard input
  * is waited for by the same selector as the connection; that is so on Linux, where it has a number
@@ -81,7 +81,7 @@ static void talk(network_socket chat) {
 
 int main(int count, char** arguments) {
     if (count < 2 || strlen(arguments[1]) > 30) {
-        fprintf(stderr, "08_chat_client NAME [PORT]\n");
+        fprintf(stderr, "07_chat_client NAME [PORT]\n");
         return 2;
     }
     system_init(0);
