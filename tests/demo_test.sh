@@ -4,24 +4,8 @@
 #   demo_test.sh keys EXAMPLES SOURCES               in a window on the X server that DISPLAY names
 #   demo_test.sh converter EXAMPLES SAMPLES          on sample sounds
 #   demo_test.sh queue EXAMPLES                      on SDL's disk driver
-set -euo pipefail
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-
-# eventually WHAT COMMAND...: half a minute for the command to become true.
-eventually() {
-    local end=$((SECONDS + 30))
-    while ((SECONDS < end)); do
-        "${@:2}" > /dev/null 2>&1 && return
-        sleep 0.2
-    done
-    fail "never saw $1"
-}
+# shellcheck source=support/example.sh
+source "$(dirname "$0")/support/example.sh"
 
 gone() { ! kill -0 "$1"; }
 

@@ -3,24 +3,8 @@
 #   examples_test.sh render_to_texture PROGRAM
 #   examples_test.sh controller_tester PROGRAM    on the X server that DISPLAY names; the program has
 #                                                 the scripted controller in it
-set -euo pipefail
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-
-fail() {
-    echo "FAILED: $*" >&2
-    exit 1
-}
-
-# eventually WHAT COMMAND...: half a minute for the command to become true.
-eventually() {
-    local end=$((SECONDS + 30))
-    while ((SECONDS < end)); do
-        "${@:2}" > /dev/null 2>&1 && return
-        sleep 0.1
-    done
-    fail "never saw $1; there is: $(tail -n 3 "$work/out")"
-}
+# shellcheck source=support/example.sh
+source "$(dirname "$0")/support/example.sh"
 
 render_to_texture() {
     # Nothing tells the host of a display or a driver: it goes off screen by itself.

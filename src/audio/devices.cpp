@@ -21,8 +21,8 @@ SDL_AudioFormat to_sdl_format(sample_format format) {
     }
 }
 
-SDL_AudioSpec spec_of(sample_format format, u8 channels, i32 frequency, u16 samples,
-                      audio_callback callback, void* userdata) {
+SDL_AudioSpec wanted(sample_format format, u8 channels, i32 frequency, u16 samples,
+                     audio_callback callback, void* userdata) {
     SDL_AudioSpec spec = {};
     spec.format = to_sdl_format(format);
     spec.channels = halvorin::low_bits(channels);
@@ -33,7 +33,7 @@ SDL_AudioSpec spec_of(sample_format format, u8 channels, i32 frequency, u16 samp
     return spec;
 }
 
-// Without room for a spec that SDL2 could get instead, the callback sees what was asked for.
+// Without room for what SDL2 could get instead, the callback sees what was asked for.
 u32 open_device(bool records, const SDL_AudioSpec& spec) {
     return SDL_OpenAudioDevice(nullptr, records, &spec, nullptr, 0);
 }
@@ -45,7 +45,7 @@ b8 audio_open(sample_format format, u8 channels, i32 frequency, u16 samples,
     format = halvorin::low_bits(format);
     if (format == SAMPLE_FORMAT_U32 || format > SAMPLE_FORMAT_F32) return false;
     audio_player_id =
-        open_device(false, spec_of(format, channels, frequency, samples, callback, userdata));
+        open_device(false, wanted(format, channels, frequency, samples, callback, userdata));
     return audio_player_id != 0;
 }
 
@@ -71,8 +71,8 @@ void audio_unlock(void) {
 
 b8 audio_recorder_open(sample_format format, u8 channels, i32 frequency, u16 samples,
                        audio_callback callback, void* userdata) {
-    audio_recorder_id = open_device(true, spec_of(halvorin::low_bits(format), channels, frequency,
-                                                  samples, callback, userdata));
+    audio_recorder_id = open_device(
+        true, wanted(halvorin::low_bits(format), channels, frequency, samples, callback, userdata));
     return audio_recorder_id != 0;
 }
 
