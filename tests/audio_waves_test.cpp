@@ -76,6 +76,15 @@ struct outcome {
     }
 };
 
+// What the sample's name says.
+i32 channels_in(const std::string& name) {
+    const std::string counted = "channels-";
+    if (name.compare(0, counted.size(), counted) == 0) return name[counted.size()] - '0';
+    if (name.find("six") != name.npos) return 6;
+    const bool one = name.find("mono") != name.npos || name.find("long") != name.npos;
+    return one ? 1 : 2;
+}
+
 class AudioWavesTest : public testing::Test {
 protected:
     template <class Load> outcome load_in(i64 lent, const Load& load) {
@@ -111,10 +120,7 @@ TEST_F(AudioWavesTest, LosslessSoundsAreWhatSoxReadsInEveryFormat) {
             const Wave wave = load(path_of(name), format);
             ASSERT_EQ(samples_of(wave), in_format(values_of<i32>(reference), format));
             EXPECT_EQ(wave.format, format);
-            EXPECT_EQ(wave.channels, name.find("six") != name.npos    ? 6
-                                     : name.find("mono") != name.npos ? 1
-                                     : name.find("long") != name.npos ? 1
-                                                                      : 2);
+            EXPECT_EQ(wave.channels, channels_in(name));
             EXPECT_EQ(wave.sample_rate, name.find("mono") != name.npos   ? 8000
                                         : name.find("long") != name.npos ? 22050
                                                                          : 44100);
@@ -127,6 +133,7 @@ TEST_F(AudioWavesTest, LosslessSoundsAreWhatSoxReadsInEveryFormat) {
             EXPECT_EQ(start == buffer.memory(), ends_with(name, ".wav"));
             const bytes file = read_file(path_of(name));
             if (name == "in-ogg.flac" || name == "aiff.wav" || name == "s16-big.wav") continue;
+            if (name == "w64.wav") continue; // it begins otherwise than a sound in memory has to
             EXPECT_EQ(samples_of(load_bytes(file.data(), static_cast<i64>(file.size()), format)),
                       samples_of(wave));
         }
@@ -138,6 +145,8 @@ TEST_F(AudioWavesTest, OtherSoundsAreWithinOneOfSixteenBitsOfOtherDecoders) {
         const auto reference = values_of<i16>(read_file(path_of(name + ".s16")));
         if (reference.empty()) continue;
         SCOPED_TRACE(name);
+        audio_set_buffer_position(0);
+        EXPECT_EQ(load(path_of(name), SAMPLE_FORMAT_S16).channels, channels_in(name));
         std::vector<i32> own[7];
         for (const sample_format format : all_formats) {
             audio_set_buffer_position(0);

@@ -27,6 +27,12 @@ sox -D stereo.wav -b 16 -B s16-big.wav
 sox -D stereo.wav -b 16 -t aiff aiff.wav
 sox stereo.wav -b 32 -e float f32.wav
 sox stereo.wav -b 64 -e float f64.wav
+sox -D stereo.wav -b 16 -t w64 w64.wav
+# All the numbers of channels that FLAC and Vorbis have an order for.
+mix=(1 2 3 4 5 6 1v-0.5 2v-0.5)
+for channels in 3 4 5 7 8; do
+    sox -D six.wav -b 16 channels-$channels.wav trim 0 3001s remix "${mix[@]:0:channels}"
+done
 # Long enough for several pages and seek points.
 sox -R -r 22050 -n -b 16 long.wav synth 4 sine 100-4000 synth 4 pinknoise mix gain -n -3
 sox -D s16.wav -e ima-adpcm ima.wav
@@ -38,6 +44,10 @@ sox -D s16.wav s16.flac
 sox -D s24.wav s24.flac
 sox -D long.wav long.flac
 sox -D s16-six.wav s16-six.flac
+for channels in 3 4 5 7 8; do
+    sox -D channels-$channels.wav channels-$channels.flac
+    oggenc --quiet -q 3 channels-$channels.wav -o channels-$channels.ogg
+done
 flac --silent --ogg s16.wav -o in-ogg.flac
 # Neither the way in nor the way out tells how long it is.
 sox -D s16.wav -t raw - | flac --silent --force-raw-format --endian=little --sign=signed --channels=2 \
@@ -56,6 +66,7 @@ for sound in *.wav *.flac; do
     esac
     kind=${sound##*.}
     [[ $sound != aiff.wav ]] || kind=aiff
+    [[ $sound != w64.wav ]] || kind=w64
     [[ $sound != in-ogg.flac ]] || continue
     sox -D -t "$kind" "$sound" -t raw -e signed -b $bits "$sound.s$bits"
 done
