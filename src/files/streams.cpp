@@ -29,38 +29,12 @@ bool find_mode(file_mode mode, stream_mode* found) {
     }
 }
 
-// Calls that take a path have the arenas to themselves, and this with them: it is too large for
-// the stack of some hosts' threads.
-alignas(64) constinit u8 copy_block[65536] = {};
-
-// Ends at the first short read, be it the end or an error. What the target takes isn't looked at.
-// The blocks need no buffers of the streams' own.
-void copy_content(FILE* source, FILE* target) {
-    std::setvbuf(source, nullptr, _IONBF, 0);
-    std::setvbuf(target, nullptr, _IONBF, 0);
-    size_t count = sizeof copy_block;
-    while (count == sizeof copy_block) {
-        count = std::fread(copy_block, 1, sizeof copy_block, source);
-        std::fwrite(copy_block, 1, count, target);
-    }
-}
-
 } // namespace
 
-// The source is open, and known to be a file, before the target is cut.
 b8 file_copy(Slice from, Slice to) {
     const path_char* native_from = nullptr;
     const path_char* native_to = nullptr;
-    if (!native_paths(from, to, &native_from, &native_to)) return false;
-    FILE* const source = open_stream(native_from, stream_mode::text_read);
-    if (source == nullptr) return false;
-    // Cut for writing, a file that is copied onto itself would be empty by now.
-    const bool onto_itself = is_file_of(native_to, source);
-    FILE* const target = onto_itself ? nullptr : open_stream(native_to, stream_mode::text_write);
-    if (target != nullptr) copy_content(source, target);
-    std::fclose(source);
-    if (target != nullptr) std::fclose(target);
-    return onto_itself || target != nullptr;
+    return native_paths(from, to, &native_from, &native_to) && copy_file(native_from, native_to);
 }
 
 b8 file_create(Slice path) {

@@ -17,9 +17,7 @@ enum class stream_mode : u8 {
     read,
     read_write,
     append,
-    read_append,
-    text_write,
-    text_read
+    read_append
 };
 
 // Opens a stream. A directory is no file, whichever way it is opened: null.
@@ -33,8 +31,10 @@ i64 stream_position(FILE* stream);
 // pipe.
 bool is_readable_file(const path_char* path);
 
-// Whether the path leads to the very file that the stream reads, by whatever name.
-bool is_file_of(const path_char* path, FILE* stream);
+// Copies what is in a file, with the line ends translated both ways on systems that know that.
+// True when both could be opened, or when `to` is that very file, which is left alone. The source
+// is open, and known to be a file, before the target is cut. A failure on the way ends the copy.
+bool copy_file(const path_char* from, const path_char* to);
 
 // Removes a file or a link, never a directory.
 bool delete_file(const path_char* path);
