@@ -32,12 +32,19 @@ struct avx2 {
     static floats as_floats(ints value) {
         return _mm256_castsi256_ps(value);
     }
+    // The lowest byte of each 32 bits, one byte higher, and no other.
+    static ints low_byte_to_second(ints value) {
+        return _mm256_shuffle_epi8(value, _mm256_set_epi32(static_cast<i32>(0x80800C80U),
+                                                           0x80800880U, 0x80800480U, 0x80800080U,
+                                                           static_cast<i32>(0x80800C80U),
+                                                           0x80800880U, 0x80800480U, 0x80800080U));
+    }
     static ints add_32(ints a, ints b) {
         return _mm256_add_epi32(a, b);
     }
     // A sample of 0 gives 0, whatever the size.
-    static ints signed_as(ints sample, ints size_of_it) {
-        return _mm256_sign_epi32(size_of_it, sample);
+    static ints sized_as(ints sample, ints below, ints mask) {
+        return _mm256_sign_epi32(below ^ repeat(0xFFFFFFFF), sample) ^ mask;
     }
 
     static ints top_8_of_16(ints value) {
@@ -113,10 +120,6 @@ struct avx2 {
     static bool any_above(ints a, ints b, ints c, ints d, ints limit) {
         const ints most = _mm256_max_epi32(_mm256_max_epi32(a, b), _mm256_max_epi32(c, d));
         return _mm256_movemask_epi8(_mm256_cmpgt_epi32(most, limit)) != 0;
-    }
-    static bool any_below(ints a, ints b, ints c, ints d, ints limit) {
-        const ints least = _mm256_min_epi32(_mm256_min_epi32(a, b), _mm256_min_epi32(c, d));
-        return _mm256_movemask_epi8(_mm256_cmpgt_epi32(limit, least)) != 0;
     }
     static bool any_outside_8(ints a, ints b) {
         const ints half = _mm256_set1_epi16(0x80);

@@ -38,13 +38,14 @@ template <class V> void store_quotients_16(u8* target, typename V::ints samples)
 // single precision: the quotient is the sample times 2^-31 and a little more, away from zero, by
 // less than 1 where the sample counts as a whole number. That decides between two floats only where
 // the sample lies half-way, so that any little will do, if it is too little to matter where the
-// sample is a float. The samples come with 256 added, which is taken off the low part again. The
-// ends, where that overflows, aren't for this way: a double rounds 2^31 - 65 to half-way, too.
+// sample is a float. The samples come with 2^15 taken off, which the low part brings back: its
+// byte, put into the middle of a float's bits, is 2^15 and the byte, times 2^-31. The ends aren't
+// for this way: low samples overflow without 2^15, and a double rounds 2^31 - 65 to half-way, too.
 template <class V> void store_quotients_32(u8* target, typename V::ints moved) {
     const auto high = V::to_floats(moved & V::repeat(0xFFFFFF00));
-    const auto low = V::to_floats(moved | V::repeat(0xFFFFFF00));
-    const auto low_and_little = V::multiply_add(high, V::all(0x1p-32F), low);
-    V::store(target, V::bits((high + low_and_little) * V::all(0x1p-31F)));
+    const auto low = V::as_floats(V::low_byte_to_second(moved) | V::bits(V::all(0x1p-16F)));
+    const auto low_and_little = V::multiply_add(high, V::all(0x1p-63F), low);
+    V::store(target, V::bits(V::multiply_add(high, V::all(0x1p-31F), low_and_little)));
 }
 
 // The product cut toward zero, under rounding toward zero: so rounded, a single-precision product
@@ -61,13 +62,13 @@ template <class V, int Width> typename V::ints wrapped_product(const u8* source,
     return V::template low<Width>(V::cut_double_product(source, scale));
 }
 
-// The same for 2147483647 and floats from -1 to 1, given with the sign bit set: the size of the
-// result. The exact product is a little nearer to zero than that with 2^31, so that its size is the
-// next whole number below. With the sign set and under rounding downwards, the next whole number
-// below is the complement. 2^31 goes into the exponent, which takes 0 for a very small number, too.
-template <class V> typename V::ints cut_size_32(typename V::ints negative) {
-    const auto scaled = V::as_floats(V::add_32(negative, V::repeat(31 << 23)));
-    return V::rounded(scaled) ^ V::repeat(0xFFFFFFFF);
+// The same for 2147483647 and floats from -1 to 1, given with the sign bit set: the complement of
+// the result's size. The exact product is a little nearer to zero than that with 2^31, so that its
+// size is the next whole number below. With the sign set and under rounding downwards, the next
+// whole number below is the complement. 2^31 goes into the exponent, which takes 0 for a very small
+// number, too.
+template <class V> typename V::ints below_32(typename V::ints negative) {
+    return V::rounded(V::as_floats(V::add_32(negative, V::repeat(31 << 23))));
 }
 
 template <class V, int Width> struct flip {
@@ -205,10 +206,10 @@ template <class V> struct real_to_32 {
             convert_any(source, target, mask);
             return;
         }
-        V::store(target, V::signed_as(floats[0], cut_size_32<V>(a)) ^ mask);
-        V::store(target + V::size, V::signed_as(floats[1], cut_size_32<V>(b)) ^ mask);
-        V::store(target + V::size * 2, V::signed_as(floats[2], cut_size_32<V>(c)) ^ mask);
-        V::store(target + V::size * 3, V::signed_as(floats[3], cut_size_32<V>(d)) ^ mask);
+        V::store(target, V::sized_as(floats[0], below_32<V>(a), mask));
+        V::store(target + V::size, V::sized_as(floats[1], below_32<V>(b), mask));
+        V::store(target + V::size * 2, V::sized_as(floats[2], below_32<V>(c), mask));
+        V::store(target + V::size * 3, V::sized_as(floats[3], below_32<V>(d), mask));
     }
 
     static void convert_any(const u8* source, u8* target, typename V::ints mask) {
@@ -247,13 +248,14 @@ template <class V> struct real_from_32 {
 
     static void convert(const u8* source, u8* target, typename V::ints mask) {
         if constexpr (V::singles_are_faster) {
-            constexpr u32 ends = 0x80000200; // 256 more than the ends makes them the lowest of all
-            const auto moved = V::add_32(mask, V::repeat(0x100));
+            constexpr u32 offset = 1 << 15;
+            constexpr u32 ends = 0x7FFFFFFF - 0x100 - offset; // both ends come to lie above
+            const auto moved = V::add_32(mask, V::repeat(-offset));
             const auto a = V::add_32(V::load(source), moved);
             const auto b = V::add_32(V::load(source + V::size), moved);
             const auto c = V::add_32(V::load(source + V::size * 2), moved);
             const auto d = V::add_32(V::load(source + V::size * 3), moved);
-            if (!V::any_below(a, b, c, d, V::repeat(ends))) [[likely]] {
+            if (!V::any_above(a, b, c, d, V::repeat(ends))) [[likely]] {
                 store_quotients_32<V>(target, a);
                 store_quotients_32<V>(target + V::size, b);
                 store_quotients_32<V>(target + V::size * 2, c);

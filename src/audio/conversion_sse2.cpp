@@ -34,9 +34,12 @@ struct sse2 {
     static ints add_32(ints a, ints b) {
         return _mm_add_epi32(a, b);
     }
-    static ints signed_as(ints sample, ints size_of_it) {
+    // -1 - sign - (below ^ sign) is ~below without the sign and below + 1 with it. A mask of the
+    // top bit is as good added.
+    static ints sized_as(ints sample, ints below, ints mask) {
         const ints sign = _mm_srai_epi32(sample, 31);
-        return _mm_sub_epi32(size_of_it ^ sign, sign);
+        const ints ones = _mm_add_epi32(mask, _mm_set1_epi32(-1));
+        return _mm_sub_epi32(_mm_sub_epi32(ones, sign), below ^ sign);
     }
 
     static ints top_8_of_16(ints value) {
@@ -102,7 +105,8 @@ struct sse2 {
         const __m128d factor = _mm_set1_pd(scale);
         const __m128d low_half = _mm_cvtepi32_pd(value) * factor;
         const __m128d high_half = _mm_cvtepi32_pd(_mm_unpackhi_epi64(value, value)) * factor;
-        store(to, bits(_mm_movelh_ps(_mm_cvtpd_ps(low_half), _mm_cvtpd_ps(high_half))));
+        _mm_storel_pi(reinterpret_cast<__m64*>(to), _mm_cvtpd_ps(low_half));
+        _mm_storel_pi(reinterpret_cast<__m64*>(to + 8), _mm_cvtpd_ps(high_half));
     }
 
     static bool any_above(ints a, ints b, ints c, ints d, ints limit) {
