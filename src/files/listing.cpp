@@ -50,18 +50,19 @@ bool stays_in_lap(listing& list, i64 size) {
 }
 
 // A full array always moves when it grows: the name that is being added stands behind it.
-bool has_place(listing& list, const name_array& names) {
-    if (names.count < names.capacity) return true;
-    return stays_in_lap(list,
-                        names.capacity == 0 ? 8 * entry_size : 2 * names.capacity * entry_size);
+bool add_to_full(listing& list, name_array& names, Slice name) {
+    const i64 capacity = names.capacity == 0 ? 8 : 2 * names.capacity;
+    return stays_in_lap(list, capacity * entry_size) &&
+           add_string(&names.items, &names.count, &names.capacity, name);
 }
 
 bool add_name(listing& list, name_array& names, const directory_entry& entry) {
     if (!stays_in_lap(list, entry.size)) return false;
     void* const name = system_allocate(entry.size);
     std::memcpy(name, entry.name, static_cast<size_t>(entry.size));
-    return has_place(list, names) &&
-           add_string(&names.items, &names.count, &names.capacity, {name, entry.size - 1});
+    if (names.count == names.capacity) return add_to_full(list, names, {name, entry.size - 1});
+    names.items[names.count++] = {name, entry.size - 1};
+    return true;
 }
 
 bool add_entry(void* context, const directory_entry& entry) {

@@ -142,18 +142,6 @@ const path_char* native_search(Slice directory) {
     return reinterpret_cast<const path_char*>(target);
 }
 
-i64 next_block(i64 size) {
-    const i64 start = (static_cast<i64>(dynamic_pos) + 7) & ~i64{7};
-    return start + size > dynamic_size ? 0 : start;
-}
-
-void* system_allocate(i64 size) {
-    if (size < 0 || size > dynamic_size) return nullptr;
-    const i64 start = next_block(size);
-    dynamic_pos = static_cast<i32>(start + size);
-    return dynamic_buffer + start;
-}
-
 void* system_reallocate(void* block, i64 new_size, i64 old_size) {
     if (new_size < 0 || new_size > dynamic_size) return nullptr;
     const auto kept = static_cast<size_t>(old_size < new_size ? old_size : new_size);

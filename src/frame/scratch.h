@@ -43,11 +43,19 @@ bool native_paths(Slice first, Slice second, const path_char** native_first,
 const path_char* native_search(Slice directory);
 
 // Offset in `dynamic_buffer` of the block that system_allocate would give for that size now.
-i64 next_block(i64 size);
+inline i64 next_block(i64 size) {
+    const i64 start = (static_cast<i64>(dynamic_pos) + 7) & ~i64{7};
+    return start + size > dynamic_size ? 0 : start;
+}
 
 // A block of `dynamic_buffer`, at a multiple of 8. Null, with nothing changed, when the size is
 // negative or more than the arena holds. The block isn't cleared.
-void* system_allocate(i64 size);
+inline void* system_allocate(i64 size) {
+    if (size < 0 || size > dynamic_size) return nullptr;
+    const i64 start = next_block(size);
+    dynamic_pos = static_cast<i32>(start + size);
+    return dynamic_buffer + start;
+}
 
 // Grows a block: where it stands if it is the last one, else in a new block. The old bytes come
 // along. Null, with nothing changed, when the new size is more than the arena holds.
