@@ -74,6 +74,14 @@ void list_different(waited_sockets& waited, const NetworkSelector& selector) {
     }
 }
 
+// Sockets that were added as they were made have rising handles: no two are the same.
+bool rises(const NetworkSelector& selector) {
+    for (i32 i = 1; i < selector.count; ++i) {
+        if (selector.sockets[i] <= selector.sockets[i - 1]) return false;
+    }
+    return true;
+}
+
 // In the list's order. In most lists all sockets differ and are waited for, so that the bits tell
 // their places.
 void give_each(Slice ready, const network_socket* sockets, u64 bits) {
@@ -94,6 +102,26 @@ void give_repeated(Slice ready, const NetworkSelector& selector, const waited_so
         const i32 found = is_first ? next++ : waited.find(selector.sockets[i]);
         if (found >= 0 && (bits >> found & 1) != 0) given[count++] = selector.sockets[i];
     }
+}
+
+i64 wait_for_each(const NetworkSelector& selector, i64 milliseconds, Slice ready) {
+    u64 bits = 0;
+    const i64 result = wait_for_sockets(selector.sockets, selector.count, milliseconds, &bits);
+    if (result > 0) give_each(ready, selector.sockets, bits);
+    return result;
+}
+
+i64 wait_for_different(const NetworkSelector& selector, i64 milliseconds, Slice ready) {
+    waited_sockets waited;
+    list_different(waited, selector);
+    u64 bits = 0;
+    const i64 result = wait_for_sockets(waited.sockets, waited.count, milliseconds, &bits);
+    if (result > 0 && waited.count == selector.count) {
+        give_each(ready, waited.sockets, bits);
+    } else if (result > 0) {
+        give_repeated(ready, selector, waited, bits);
+    }
+    return result;
 }
 
 } // namespace
@@ -133,14 +161,7 @@ void network_selector_remove(i32 selector, network_socket socket) {
 i64 network_selector_wait(i32 selector, i64 milliseconds, Slice ready) {
     const NetworkSelector* const found = selector_in_use(selector);
     if (found == nullptr) return 0;
-    waited_sockets waited;
-    list_different(waited, *found);
-    u64 bits = 0;
-    const i64 result = wait_for_sockets(waited.sockets, waited.count, milliseconds, &bits);
-    if (result > 0 && waited.count == found->count) {
-        give_each(ready, waited.sockets, bits);
-    } else if (result > 0) {
-        give_repeated(ready, *found, waited, bits);
-    }
-    return result;
+    return found->count <= most_waited && rises(*found)
+               ? wait_for_each(*found, milliseconds, ready)
+               : wait_for_different(*found, milliseconds, ready);
 }
