@@ -61,6 +61,82 @@ correct(stb_image "PIC without pixels"
       return 0;
 ]])
 
+# The rows that a TGA breaks off ahead of, or in, would show what the memory held before.
+correct(stb_image "TGA without all of its rows"
+[[         stbi__getn(s, tga_row, tga_width * tga_comp);
+]]
+[[         if (!stbi__getn(s, tga_row, tga_width * tga_comp)) memset(tga_row, 0, tga_width * tga_comp);
+]])
+
+# So would a progressive JPEG that breaks off, whose scans aren't made into pixels then, and any JPEG
+# that ends ahead of its first scan.
+correct(stb_image "progressive JPEG that breaks off"
+[[         if (!stbi__process_marker(j, m)) return 1;
+]]
+[[         if (!stbi__process_marker(j, m)) break;
+]])
+correct(stb_image "JPEG without a scan"
+[[   if (j->progressive)
+      stbi__jpeg_finish(j);
+   return 1;
+]]
+[[   if (j->progressive)
+      stbi__jpeg_finish(j);
+   return j->scan_n != 0;
+]])
+
+# So would one whose first scan doesn't reach all of its blocks, if no other does. The planes of most
+# files are written whole, and aren't cleared.
+correct(stb_image "JPEG without some of its scans: what to clear"
+[[static int stbi__process_scan_header(stbi__jpeg *z)
+{
+   int i;
+   int Ls = stbi__get16be(z->s);
+]]
+[[static void stbi__clear_planes(stbi__jpeg *z)
+{
+   int i, scanned = 0;
+   for (i=0; i < z->scan_n; ++i)
+      scanned |= 1 << z->order[i];
+   if (!z->progressive && !z->restart_interval && scanned == (1 << z->s->img_n) - 1) return;
+   for (i=0; i < z->s->img_n; ++i) {
+      size_t size = (size_t) z->img_comp[i].w2 * z->img_comp[i].h2;
+      if (z->progressive)
+         memset(z->img_comp[i].coeff, 0, size * sizeof(short));
+      else
+         memset(z->img_comp[i].data, 0, size);
+   }
+}
+
+static int stbi__process_scan_header(stbi__jpeg *z)
+{
+   int i;
+   int first = z->scan_n == 0;
+   int Ls = stbi__get16be(z->s);
+]])
+correct(stb_image "JPEG without some of its scans"
+[[         if (z->succ_high != 0 || z->succ_low != 0) return stbi__err("bad SOS","Corrupt JPEG");
+         z->spec_end = 63;
+      }
+   }
+]]
+[[         if (z->succ_high != 0 || z->succ_low != 0) return stbi__err("bad SOS","Corrupt JPEG");
+         z->spec_end = 63;
+      }
+   }
+   if (first) stbi__clear_planes(z);
+]])
+
+# Pixels may name colours that aren't there. They would show what the stack held before.
+correct(stb_image "colours that a BMP doesn't have"
+[[   stbi_uc pal[256][4];
+   int psize=0,]]
+[[   stbi_uc pal[256][4] = {{0}};
+   int psize=0,]])
+correct(stb_image "colours that a PNG doesn't have"
+[[   stbi_uc palette[1024], pal_img_n=0;]]
+[[   stbi_uc palette[1024] = {0}, pal_img_n=0;]])
+
 write_corrected("${STB_CORRECTED_DIR}/stb_image.h" "${stb_image}")
 
 read_original(stb_vorbis "${STB_VORBIS_INCLUDE_DIR}/stb_vorbis.c")
@@ -91,6 +167,30 @@ correct(stb_vorbis "number of values in a codebook"
 [[            if (c->dimensions && c->entries > INT_MAX / c->dimensions) return error(f, VORBIS_invalid_setup);
             c->lookup_values = c->entries * c->dimensions;
 ]])
+
+# Sixteen million codes take a few bytes of a header, and there may be 256 codebooks: gigabytes, and
+# minutes, from a file of one kilobyte. Real files have some ten thousand codes in all, of some
+# hundred thousand values.
+correct(stb_vorbis "size of all codebooks together: the sums"
+[[   f->codebook_count = get_bits(f,8) + 1;
+]]
+[[   long long all_entries = 0, all_values = 0;
+   f->codebook_count = get_bits(f,8) + 1;
+]])
+correct(stb_vorbis "size of all codebooks together"
+[[      if (c->dimensions == 0 && c->entries != 0)    return error(f, VORBIS_invalid_setup);
+]]
+[[      if (c->dimensions == 0 && c->entries != 0)    return error(f, VORBIS_invalid_setup);
+      all_entries += c->entries;
+      all_values += (long long) c->entries * c->dimensions;
+      if (all_entries > 1 << 20 || all_values > 1 << 24) return error(f, VORBIS_invalid_setup);
+]])
+correct(stb_vorbis "size of all lists of classes, made out of codebooks"
+[[      r->classdata = (uint8 **) setup_malloc(]]
+[[      all_entries += f->codebooks[r->classbook].entries;
+      all_values += (long long) f->codebooks[r->classbook].entries * f->codebooks[r->classbook].dimensions;
+      if (all_entries > 1 << 20 || all_values > 1 << 24) return error(f, VORBIS_invalid_setup);
+      r->classdata = (uint8 **) setup_malloc(]])
 
 # A damaged file can ask for comments of any length, and as many of them, before a byte of them is
 # there: gigabytes, and seconds. None can be longer than what is left of the file.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Zlib
 #include "support/image_samples.h"
 
+#include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <random>
@@ -55,6 +56,7 @@ protected:
         result.loaded = image.data != nullptr;
         result.position = image_get_buffer_position();
         EXPECT_TRUE(buffer.is_intact());
+        latest = image;
         if (result.loaded) {
             EXPECT_EQ(result.printed, "");
         } else {
@@ -79,7 +81,9 @@ protected:
     }
 
     void check_every_refusal(const sample& s, int channels);
+    void expect_same_in_used_memory(const bytes& file, size_t count, int channels);
 
+    Image latest = {};
     guarded_block source{1 << 16};
     lent_buffer buffer{ample};
     output_capture output;
@@ -138,6 +142,23 @@ TEST_F(ImagesExhaustionTest, EverySizeAtWhichAnAllocationFailsEndsInNullAndOneLi
     EXPECT_EQ(open_descriptors(), before);
 }
 
+// What a file doesn't hold isn't made up from what the memory held before, nor from the stack.
+void ImagesExhaustionTest::expect_same_in_used_memory(const bytes& file, size_t count,
+                                                      int channels) {
+    bytes first;
+    for (const int held : {0x00, 0xFF}) {
+        // The samples fit in there, and take it from its front.
+        constexpr i64 most_taken = 1 << 17;
+        std::memset(buffer.memory(), held, most_taken);
+        const outcome o = load_bytes(ample, file, count, channels);
+        if (!o.loaded) return;
+        const auto* const pixels = static_cast<const u8*>(latest.data);
+        const bytes now(pixels, pixels + i64{latest.width} * latest.height * std::max(channels, 1));
+        if (held == 0x00) first = now;
+        ASSERT_EQ(now, first);
+    }
+}
+
 TEST_F(ImagesExhaustionTest, FilesCutShortAnywhereFailOrGiveAnImage) {
     for (const sample& s : all_samples()) {
         SCOPED_TRACE(s.name);
@@ -145,6 +166,8 @@ TEST_F(ImagesExhaustionTest, FilesCutShortAnywhereFailOrGiveAnImage) {
             image_set_flip(count / 5 % 2 == 1);
             const outcome o = load_bytes(ample, s.content, count, static_cast<int>(count % 5));
             ASSERT_EQ(o.printed, "") << count;
+            expect_same_in_used_memory(s.content, count, static_cast<int>(count % 5));
+            ASSERT_FALSE(HasFailure()) << count;
         }
     }
     const bytes pic = pic_file();
@@ -153,6 +176,44 @@ TEST_F(ImagesExhaustionTest, FilesCutShortAnywhereFailOrGiveAnImage) {
             image_set_flip(count % 2 == 1);
             EXPECT_FALSE(load_bytes(ample, pic, count, channels).loaded);
         }
+    }
+}
+
+// All but the first three colours of a list taken out of a file whose pixels go on naming them.
+bytes without_colours(bytes file, size_t list, size_t bytes_a_colour, size_t count) {
+    const auto start = file.begin() + static_cast<i64>(list);
+    file.erase(start + static_cast<i64>(3 * bytes_a_colour),
+               start + static_cast<i64>(count * bytes_a_colour));
+    return file;
+}
+
+TEST_F(ImagesExhaustionTest, ColoursThatAFileDoesntHaveAreBlack) {
+    bytes png = read_file(path_of("palette8.png"));
+    const std::string_view chunk = "PLTE";
+    const size_t name = static_cast<size_t>(
+        std::search(png.begin(), png.end(), chunk.begin(), chunk.end()) - png.begin());
+    ASSERT_LT(name, png.size());
+    const size_t count = static_cast<size_t>(png[name - 2] << 8 | png[name - 1]) / 3;
+    png[name - 2] = 0;
+    png[name - 1] = 9;
+    bytes bmp = read_file(path_of("8.bmp"));
+    const size_t header = 54;
+    const size_t list = static_cast<size_t>(bmp[10] | bmp[11] << 8) - header;
+    bmp[10] = header + 12;
+    bmp[11] = 0;
+    const bytes files[] = {without_colours(png, name + 4, 3, count),
+                           without_colours(bmp, header, 4, list / 4)};
+    for (const bytes& file : files) {
+        // Where there is a list in use still, it is full of what the call before left there.
+        ASSERT_TRUE(load_bytes(ample, read_file(path_of("palette8.png")), 3).loaded);
+        ASSERT_TRUE(load_bytes(ample, file, 3).loaded);
+        const auto* const pixels = static_cast<const u8*>(latest.data);
+        const i64 all = i64{latest.width} * latest.height;
+        i64 black = 0;
+        for (i64 i = 0; i < all; ++i) {
+            black += pixels[3 * i] == 0 && pixels[3 * i + 1] == 0 && pixels[3 * i + 2] == 0;
+        }
+        EXPECT_GE(black, all * 9 / 10);
     }
 }
 
