@@ -136,6 +136,16 @@ char* push_drop(u32 type, const char* text) {
     return event.drop.file;
 }
 
+// A text that somebody is writing, which SDL2 hands over in this form where the environment asks it
+// to.
+char* push_long_text(const char* text) {
+    SDL_Event event = {};
+    event.type = SDL_TEXTEDITING_EXT;
+    event.editExt.text = SDL_strdup(text);
+    SDL_PushEvent(&event);
+    return event.editExt.text;
+}
+
 template <class Array> Array state(void (*ask)(Slice*)) {
     Slice slice = {};
     ask(&slice);
@@ -481,10 +491,11 @@ TEST_F(InputTest, DropsAreCopiedCutAndFreed) {
     char* const text = push_drop(SDL_DROPTEXT, "just words");
     push_drop(SDL_DROPFILE, nullptr);
     push_drop(SDL_DROPTEXT, nullptr);
+    char* const written = push_long_text("just begun");
     push_key(SDL_SCANCODE_A, true);
     input_poll();
     expect_drop("/last ");
-    for (const char* memory : {first, last, text}) {
+    for (const char* memory : {first, last, text, written}) {
         expect_freed(memory);
     }
     EXPECT_EQ(input_key_is_pressed(KEY_A), 1);

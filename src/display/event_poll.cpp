@@ -169,8 +169,11 @@ void handle(const SDL_Event& event) {
     case SDL_JOYDEVICEADDED: controller_added(event.jdevice); break;
     case SDL_JOYDEVICEREMOVED: controller_removed(event.jdevice); break;
     case SDL_DROPFILE: file_dropped(event.drop); break;
-    // A dropped text is of no use here, but it is ours to free.
+    // Dropped texts are of no use here, nor are long ones being written, but they are ours to free.
     case SDL_DROPTEXT: SDL_free(event.drop.file); break;
+#if SDL_VERSION_ATLEAST(2, 0, 22)
+    case SDL_TEXTEDITING_EXT: SDL_free(event.editExt.text); break;
+#endif
     default: break;
     }
 }
