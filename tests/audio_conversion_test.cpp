@@ -3,6 +3,8 @@
 // made with both sets of passes, so that a processor with AVX2 doesn't leave the other untried.
 #include "audio/conversion_kernels.h"
 
+#include "support/sample_model.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,90 +18,10 @@
 namespace halvorin {
 namespace {
 
-using byte_block = std::vector<u8>;
+using namespace sample_model;
 
 constexpr u8 formats[] = {0, 1, 2, 3, 4, 5, 6, 7, 255};
 const char* const pass_names[] = {"SSE2", "AVX2"};
-
-size_t width_of(u8 format) {
-    constexpr size_t widths[] = {1, 2, 4, 1, 2, 4, 4};
-    return format < 7 ? widths[format] : 2;
-}
-
-bool is_unsigned(u8 format) {
-    return format < 3 || format > 6;
-}
-
-double scale_of(size_t width) {
-    return width == 1 ? 127.0 : width == 2 ? 32767.0 : 2147483647.0;
-}
-
-// The number that a sample stands for, 0 being silence.
-i64 integer_at(const u8* sample, u8 format) {
-    i64 value = 0;
-    for (size_t i = 0; i < width_of(format); ++i) {
-        value |= i64{sample[i]} << (8 * i);
-    }
-    const i64 half = i64{1} << (8 * width_of(format) - 1);
-    if (is_unsigned(format)) return value - half;
-    return value < half ? value : value - 2 * half;
-}
-
-u64 with_offset(i64 value, u8 format) {
-    const i64 half = i64{1} << (8 * width_of(format) - 1);
-    return static_cast<u64>(is_unsigned(format) ? value + half : value);
-}
-
-float float_at(const u8* sample) {
-    float value;
-    std::memcpy(&value, sample, sizeof value);
-    return value;
-}
-
-i64 integer_of(float sample, size_t width) {
-    const double product = static_cast<double>(sample) * scale_of(width);
-    const bool fits = product > -2147483649.0 && product < 2147483648.0;
-    return fits ? static_cast<i64>(product) : INT32_MIN;
-}
-
-i64 rescaled(i64 value, size_t from_width, size_t to_width) {
-    if (to_width >= from_width) return value * (i64{1} << (8 * (to_width - from_width)));
-    return value >> (8 * (from_width - to_width));
-}
-
-void put_bytes(u8* at, u64 value, size_t width) {
-    for (size_t i = 0; i < width; ++i) {
-        at[i] = static_cast<u8>(value >> (8 * i));
-    }
-}
-
-void append_bytes(byte_block& to, u64 value, size_t width) {
-    to.resize(to.size() + width);
-    put_bytes(to.data() + to.size() - width, value, width);
-}
-
-// The bytes of a sample in another format, as the low ones of a number.
-u64 converted_sample(const u8* sample, u8 from, u8 to) {
-    if (from == SAMPLE_FORMAT_F32 && to != SAMPLE_FORMAT_F32) {
-        return with_offset(integer_of(float_at(sample), width_of(to)), to);
-    }
-    const i64 value = integer_at(sample, from);
-    if (to == SAMPLE_FORMAT_F32 && from != SAMPLE_FORMAT_F32) {
-        const double quotient = static_cast<double>(value) / scale_of(width_of(from));
-        return std::bit_cast<u32>(static_cast<float>(quotient));
-    }
-    return with_offset(rescaled(value, width_of(from), width_of(to)), to);
-}
-
-byte_block model(const byte_block& samples, u8 from, u8 to) {
-    const size_t count = samples.size() / width_of(from);
-    byte_block result(count * width_of(to));
-    for (size_t i = 0; i < count; ++i) {
-        put_bytes(result.data() + i * width_of(to),
-                  converted_sample(samples.data() + i * width_of(from), from, to), width_of(to));
-    }
-    return result;
-}
 
 // Calls `check` with each set of passes that this processor can run.
 template <class Check> void with_each_pass(const Check& check) {

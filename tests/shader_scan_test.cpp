@@ -5,10 +5,10 @@
 #include "graphics/shader_scan.h"
 
 #include "support/guarded_text.h"
+#include "support/plain_scan.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <random>
 #include <string>
 
@@ -16,27 +16,7 @@ using namespace halvorin;
 
 namespace {
 
-using stages = std::array<std::string, shader_stages>;
-
-stages split_plainly(std::string_view text) {
-    const std::string_view words[] = {"#vertex", "#fragment", "#geometry"};
-    stages found;
-    std::string* open = nullptr;
-    size_t start = 0;
-    for (size_t i = 0; i < text.size(); ++i) {
-        for (size_t stage = 0; stage < shader_stages; ++stage) {
-            const size_t white = i + words[stage].size();
-            if (text.substr(i, words[stage].size()) != words[stage]) continue;
-            if (white + 1 >= text.size()) continue;
-            if (std::string_view(" \t\n\r").find(text[white]) == std::string_view::npos) continue;
-            if (open) *open = text.substr(start, i - start);
-            open = &found[stage];
-            start = white + 1;
-        }
-    }
-    if (open) *open = text.substr(start);
-    return found;
-}
+using namespace plain_scan;
 
 stages split(Slice text, bool wide) {
     const shader_texts texts =
