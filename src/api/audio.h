@@ -49,16 +49,23 @@
  *     Ogg Vorbis    n for the formats of 32 bits; twice n + channels * 16 KiB for all others. A
  *                   stream of it: nothing
  *
- * Threads. Waves, streams and the buffer belong to one thread at a time. The callback of a device
- * runs on a thread of SDL2's, beside the host's, so that what it shares with the host needs the
- * device's lock (audio_lock, audio_recorder_lock). The calls of audio_waves.h and audio_streams.h
- * and the memory of a load in progress have no lock of their own. To play a stream, the host reads
- * it and hands the blocks over, and the callback keeps away from all these; or the callback reads
- * it, and has these calls to itself from audio_play until audio_pause or audio_close.
+ * Threads. The callback of a device runs on a thread of SDL2's, beside the host's, so that what it
+ * shares with the host needs the device's lock (audio_lock, audio_recorder_lock). The calls of
+ * audio_waves.h and audio_streams.h and the memory of a load in progress have no lock of their own.
+ * To play a stream, the host reads it and hands the blocks over, and the callback keeps away from
+ * all these; or the callback reads it, and has these calls to itself from audio_play until
+ * audio_pause or audio_close.
  *
- * Failure. A Wave with null `data`, an AudioInfo with 0 channels, 0 frames, -1 or false. An
- * exhausted buffer also prints one line to standard output, "audio memory allocation failed" or
+ * An exhausted buffer also prints one line to standard output, "audio memory allocation failed" or
  * "audio memory reallocation failed".
+ *
+ * Calls, where nothing else is said, of all the headers below:
+ *
+ * @thread   one
+ * @memory   none
+ * @failure  none
+ * @heap     none
+ * @waits    no
  */
 
 #include "audio_devices.h"

@@ -12,6 +12,11 @@
  * Nothing keeps account of the devices but their two ids. An open device that is opened a second
  * time stays open, out of reach; a close leaves the id as it is. With the id of no device the calls
  * do nothing.
+ *
+ * Calls, where nothing else is said:
+ *
+ * @failure  not told
+ * @waits    the callback: until it is out of the block at hand.
  */
 
 #include "audio_waves.h"
@@ -25,7 +30,12 @@
  */
 typedef void (*audio_callback)(void* userdata, u8* stream, i32 length);
 
-/** SDL2's ids of the devices (SDL_AudioDeviceID); 0 at the start and after a failed open. */
+/**
+ * SDL2's ids of the devices (SDL_AudioDeviceID).
+ *
+ * @lifetime  until the next open: a close leaves it.
+ * @failure   0: at the start and after a failed open.
+ */
 HALVORIN_DATA u32 audio_player_id;
 HALVORIN_DATA u32 audio_recorder_id;
 
@@ -38,8 +48,11 @@ HALVORIN_DATA u32 audio_recorder_id;
  *                   prompter, larger is safer from gaps.
  * @param callback   null opens the player in SDL2's queue mode: SDL_QueueAudio feeds it.
  * @param userdata   handed to the callback.
- * @return    false when SDL2 can't open the device: the id is 0; also for SAMPLE_FORMAT_U32 and for
- *            other numbers: then the id stays.
+ * @return    true when it is open.
+ * @failure   false: SDL2 can't open the device, and the id is 0; or `format` is SAMPLE_FORMAT_U32
+ *            or another number, and the id stays.
+ * @heap      SDL2
+ * @waits     the device
  */
 HALVORIN_API b8 audio_open(sample_format format, u8 channels, i32 frequency, u16 samples,
                            audio_callback callback, void* userdata);
@@ -50,13 +63,18 @@ HALVORIN_API void audio_play(void);
 /** Stops the player; audio_play goes on with it. */
 HALVORIN_API void audio_pause(void);
 
-/** Closes the player. Not under audio_lock: it waits for the callback's end. */
+/**
+ * Closes the player. Not under audio_lock: it waits for the callback's end.
+ *
+ * @heap   SDL2
+ * @waits  the callback, and the sound at hand
+ */
 HALVORIN_API void audio_close(void);
 
 /** Keeps the player's callback out until audio_unlock, for changes to what it shares. */
 HALVORIN_API void audio_lock(void);
 
-/** Lets the player's callback in again. */
+/** Lets the player's callback in again. @waits no */
 HALVORIN_API void audio_unlock(void);
 
 /**
@@ -64,7 +82,10 @@ HALVORIN_API void audio_unlock(void);
  * and numbers of no format give SAMPLE_FORMAT_S16. With a null callback SDL_DequeueAudio gives what
  * was recorded.
  *
- * @return  false when SDL2 can't open the device: the id is 0.
+ * @return   true when it is open.
+ * @failure  false: SDL2 can't open the device, and the id is 0.
+ * @heap     SDL2
+ * @waits    the device
  */
 HALVORIN_API b8 audio_recorder_open(sample_format format, u8 channels, i32 frequency, u16 samples,
                                     audio_callback callback, void* userdata);
@@ -75,11 +96,15 @@ HALVORIN_API void audio_recorder_record(void);
 /** Stops the recorder; audio_recorder_record goes on with it. */
 HALVORIN_API void audio_recorder_pause(void);
 
-/** Closes the recorder. Not under audio_recorder_lock: it waits for the callback's end. */
+/**
+ * Closes the recorder. Not under audio_recorder_lock: it waits for the callback's end.
+ *
+ * @heap  SDL2
+ */
 HALVORIN_API void audio_recorder_close(void);
 
 /** Keeps the recorder's callback out until audio_recorder_unlock. */
 HALVORIN_API void audio_recorder_lock(void);
 
-/** Lets the recorder's callback in again. */
+/** Lets the recorder's callback in again. @waits no */
 HALVORIN_API void audio_recorder_unlock(void);

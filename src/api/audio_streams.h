@@ -46,10 +46,14 @@ typedef struct AudioStream {
     AudioInfo info;
 } AudioStream;
 
-/** All streams: the index is the number. */
+/** All streams: the index is the number. @lifetime always valid: the stream calls change it. */
 HALVORIN_DATA AudioStream audio_streams[64];
 
-/** How many streams at the front of `audio_streams` have ever been used. It only grows. */
+/**
+ * How many streams at the front of `audio_streams` have ever been used. It only grows.
+ *
+ * @lifetime  until the next stream is opened
+ */
 HALVORIN_DATA i32 num_audio_streams;
 
 /**
@@ -60,7 +64,9 @@ HALVORIN_DATA i32 num_audio_streams;
  *                 reading, what follows the last dot chooses the decoder: `ogg` or `flac`, in lower
  *                 case; with anything else it is WAV's.
  * @param writing  true: a WAV file is to be written, whatever the extension.
- * @return    the stream, by the first number that is free; -1 when 64 are open, or for 8 bits.
+ * @return    the stream, by the first number that is free.
+ * @lifetime  until audio_stream_close
+ * @failure   -1: 64 are open, or `format` has 8 bits.
  */
 HALVORIN_API i32 audio_stream_open(sample_format format, Slice path, b8 writing);
 
@@ -71,7 +77,9 @@ HALVORIN_API i32 audio_stream_open(sample_format format, Slice path, b8 writing)
  * @param format  as for audio_stream_open.
  * @param size    of the file's bytes; less than 2 GiB for Ogg Vorbis.
  * @param data    the bytes; have to stay valid until the close.
- * @return    the stream, or -1.
+ * @return    the stream.
+ * @lifetime  until audio_stream_close
+ * @failure   -1
  */
 HALVORIN_API i32 audio_stream_open_from_memory(sample_format format, i64 size, void* data);
 
@@ -81,8 +89,11 @@ HALVORIN_API i32 audio_stream_open_from_memory(sample_format format, i64 size, v
  * @param result  `format` is the stream's, `size` what the whole sound comes to in that format. For
  *                Ogg Vorbis the size is counted in 32 bits, and wraps. A file that doesn't say its
  *                length gives 0.
+ * @memory    text, audio buffer: with the first call, the decoder of WAV or FLAC.
  * @failure   `channels`, `sample_rate` and `size` are 0: no such file, another kind of file, or no
  *            room in the audio buffer (with its line). For good, until the stream is closed.
+ * @heap      C library, Vorbis decoder
+ * @waits     disk
  */
 HALVORIN_API void audio_stream_read_info(AudioInfo* result, i32 stream);
 
@@ -94,8 +105,12 @@ HALVORIN_API void audio_stream_read_info(AudioInfo* result, i32 stream);
  *              stream's, or another of the same width. `size` is what will be written, in bytes:
  *              exactly so much has to follow. 0 leaves the length open until the close, for places
  *              where one can seek.
- * @failure   the stream is failed: a name that can't be opened for writing, no room in the audio
- *            buffer (with its line, and with no file made), `channels` below 1 or above 65535.
+ * @memory    text, audio buffer
+ * @failure   not told: the stream is failed. That is for a name that can't be opened for writing,
+ * no room in the audio buffer (with its line, and with no file made), `channels` below 1 or above
+ * 65535.
+ * @heap      C library
+ * @waits     disk
  */
 HALVORIN_API void audio_stream_write_info(i32 stream, AudioInfo info);
 
@@ -108,6 +123,7 @@ HALVORIN_API void audio_stream_write_info(i32 stream, AudioInfo info);
  * @return    frames read. Less than asked for is the end of the sound.
  * @failure   0. For a stream whose format is no SAMPLE_FORMAT_ number the line "invalid audio
  *            format" also goes to standard output.
+ * @waits     disk
  */
 HALVORIN_API i64 audio_stream_read(i32 stream, u64 frames, void* destination);
 
@@ -116,7 +132,9 @@ HALVORIN_API i64 audio_stream_read(i32 stream, u64 frames, void* destination);
  *
  * @param frames  to write.
  * @param data    the samples, in the stream's format.
- * @return    frames written. 0 also where the file's samples are wider than the stream's.
+ * @return    frames written.
+ * @failure   fewer than `frames`: 0 where the file's samples are wider than the stream's.
+ * @waits     disk
  */
 HALVORIN_API u64 audio_stream_write(i32 stream, u64 frames, void* data);
 
@@ -126,11 +144,17 @@ HALVORIN_API u64 audio_stream_write(i32 stream, u64 frames, void* data);
  * @param frame  counted from the start of the sound. Behind its end WAV and FLAC go to the end; Ogg
  *               Vorbis fails.
  * @return    not 0 when done.
+ * @failure   0
+ * @waits     disk
  */
 HALVORIN_API i32 audio_stream_seek(i32 stream, u64 frame);
 
 /**
  * Ends a stream and closes its file; a WAV file being written is finished. The stream's part of the
  * audio buffer stays taken until the host moves the position back.
+ *
+ * @failure  not told
+ * @heap     C library, Vorbis decoder: they give back.
+ * @waits    disk
  */
 HALVORIN_API void audio_stream_close(i32 stream);

@@ -69,14 +69,16 @@ HALVORIN_API i64 audio_get_buffer_position(void);
  *                decoder's 16 bits; 32 bits from its 32 bits, or from its floats with Ogg Vorbis.
  * @param path    UTF-8, at most 16383 bytes; the bytes reach the file system as they are. What
  *                follows the last dot chooses the decoder: `wav`, `flac` or `ogg`, in lower case.
+ * @memory    text, audio buffer: the bytes of the decoder's output stay taken, and the decoder's
+ *            own, until the host moves the position back; also when the load fails.
  * @lifetime  until audio_set_buffer_position goes below the samples, or audio_set_buffer.
- * @memory    the bytes of the decoder's output stay taken, and the decoder's own, until the host
- *            moves the position back; also when the load fails.
  * @failure   null `data`: another extension or none, no such file (the position doesn't move), a
  *            file that isn't what its extension says, no room. A file cut short gives the frames
  *            that it holds; but Ogg Vorbis in 32 bits has as many frames as the file says, silent
  *            behind those that it holds, and fails where it doesn't say. All fields are 0 after a
  *            failure with Ogg Vorbis or without a decoder; else `format` is the one asked for.
+ * @heap      C library, Vorbis decoder
+ * @waits     disk
  */
 HALVORIN_API void audio_wave_load(Wave* result, sample_format format, Slice path);
 
@@ -85,6 +87,10 @@ HALVORIN_API void audio_wave_load(Wave* result, sample_format format, Slice path
  * any more after the call. The first four choose the decoder: "RIFF", "fLaC" or "OggS" (Vorbis).
  *
  * @param size  of the file's bytes; less than 2 GiB for Ogg Vorbis.
+ * @memory      audio buffer
+ * @lifetime    until audio_set_buffer_position goes below the samples, or audio_set_buffer.
+ * @failure     null `data`
+ * @heap        Vorbis decoder
  */
 HALVORIN_API void audio_wave_load_from_memory(Wave* result, sample_format format, i64 size,
                                               void* data);
@@ -100,9 +106,12 @@ HALVORIN_API void audio_wave_load_from_memory(Wave* result, sample_format format
  * @param wave  as a load gives it, or the host's own.
  * @param path  UTF-8, at most 16383 bytes. The extension doesn't matter.
  * @return    true when at least one frame was written. A full disk isn't noticed as a rule.
+ * @memory    text
  * @failure   false: a name that can't be opened for writing; no frames, with a file that has no
  *            samples. Also, with nothing touched: `channels` below 1 or above 65535, a negative
  *            `size`, samples without `data`.
+ * @heap      C library
+ * @waits     disk
  */
 HALVORIN_API b8 audio_wave_save(Wave wave, Slice path);
 

@@ -22,9 +22,13 @@
  *
  * Needs system_init with SYSTEM_INIT_JOYSTICK, and SYSTEM_INIT_HAPTIC for rumble.
  *
- * Failure. Null, a negative count, 0 for an input that isn't there, CONTROLLER_POWER_UNKNOWN.
+ * Calls, where nothing else is said:
  *
- * Thread. All calls belong to the thread that calls input_poll.
+ * @thread   display: the one that calls input_poll.
+ * @memory   none
+ * @failure  none
+ * @heap     none
+ * @waits    no
  */
 
 #include "types.h"
@@ -58,64 +62,90 @@ HALVORIN_API b8 controller_is_added(i32* index);
  */
 HALVORIN_API b8 controller_is_removed(void** handle);
 
-/** The number of attached devices; negative on failure. */
+/** The number of attached devices. @failure negative */
 HALVORIN_API i64 controller_num(void);
 
 /**
  * A device's name.
  *
- * @param result  UTF-8; null `data` and count 0 when there is no such device, or it has no name.
- * @lifetime      SDL2's memory: copy it at once.
+ * @param result  UTF-8.
+ * @lifetime      for a copy at once: it is SDL2's memory.
+ * @failure       null `data`, count 0: there is no such device, or it has no name.
  */
 HALVORIN_API void controller_name_for_index(Slice* result, i32 index);
 
-/** Opens a device; null on failure. One that is open already gives the same handle once more, and
- * needs as many closes. */
+/**
+ * Opens a device. One that is open already gives the same handle once more, and needs as many
+ * closes.
+ *
+ * @lifetime  until controller_close or system_release
+ * @failure   null
+ * @heap      SDL2
+ * @waits     the device
+ */
 HALVORIN_API void* controller_open(i32 index);
+
+/** @failure not told. @heap SDL2 */
 HALVORIN_API void controller_close(void* controller);
 
-/** As controller_name_for_index, for an open controller. */
+/**
+ * As controller_name_for_index, for an open controller.
+ *
+ * @lifetime  for a copy at once: it is SDL2's memory.
+ * @failure   null `data`, count 0
+ */
 HALVORIN_API void controller_name(Slice* result, void* controller);
 
-/** How many inputs of a kind there are; negative on failure. */
+/** How many inputs of a kind there are. @failure negative */
 HALVORIN_API i32 controller_num_buttons(void* controller);
 HALVORIN_API i32 controller_num_axes(void* controller);
 HALVORIN_API i32 controller_num_balls(void* controller);
 HALVORIN_API i32 controller_num_hats(void* controller);
 
-/** 1 when haptic_open_controller can open it, 0 when not, 255 on failure. */
+/** 1 when haptic_open_controller can open it, 0 when not. @failure 255 */
 HALVORIN_API u8 controller_is_haptic(void* controller);
 
-/** 1 while the device is attached, then 0. */
+/** 1 while the device is attached, then 0. @failure 0 */
 HALVORIN_API u8 controller_is_connected(void* controller);
 
+/** @failure CONTROLLER_POWER_UNKNOWN */
 HALVORIN_API controller_power_level controller_power(void* controller);
 
-/** 1 while the button is down. */
+/** 1 while the button is down. @failure 0: there is no such button. */
 HALVORIN_API u8 controller_button(void* controller, i32 button);
 
-/** Where an axis stands: -32768 to 32767, about 0 at rest. */
+/** Where an axis stands: -32768 to 32767, about 0 at rest. @failure 0: there is no such axis. */
 HALVORIN_API i16 controller_axis(void* controller, i32 axis);
 
 /**
  * How far a ball has turned since the last call.
  *
- * @return  0, or negative on failure, when nothing is written.
+ * @return   0.
+ * @failure  negative: nothing is written.
  */
 HALVORIN_API i32 controller_ball(void* controller, i32 ball, i32* dx, i32* dy);
 
-/** Where a hat points, a set of bits: 1 up, 2 right, 4 down, 8 left. */
+/** Where a hat points, bits: 1 up, 2 right, 4 down, 8 left. @failure 0: there is no such hat. */
 HALVORIN_API u8 controller_hat(void* controller, i32 hat);
 
-/** The haptic device of a controller, or of the mouse; null on failure. */
+/**
+ * The haptic device of a controller, or of the mouse.
+ *
+ * @lifetime  until haptic_close or system_release
+ * @failure   null
+ * @heap      SDL2
+ * @waits     the device
+ */
 HALVORIN_API void* haptic_open_controller(void* controller);
 HALVORIN_API void* haptic_open_mouse(void);
+
+/** @failure not told. @heap SDL2 */
 HALVORIN_API void haptic_close(void* haptic);
 
-/** 1 when the device can rumble, 0 when not, 255 on failure. */
+/** 1 when the device can rumble, 0 when not. @failure 255 */
 HALVORIN_API u8 haptic_has_rumble(void* haptic);
 
-/** Makes the device ready to rumble. */
+/** Makes the device ready to rumble. @failure false. @heap SDL2. @waits the device */
 HALVORIN_API b8 haptic_init_rumble(void* haptic);
 
 /**
@@ -123,9 +153,11 @@ HALVORIN_API b8 haptic_init_rumble(void* haptic);
  *
  * @param strength  0 to 1.
  * @param length    milliseconds.
- * @return          0, or negative on failure.
+ * @return          0.
+ * @failure         negative
+ * @waits           the device
  */
 HALVORIN_API i32 haptic_play_rumble(void* haptic, f32_bits strength, u32 length);
 
-/** Ends the rumble. 0, or negative on failure. */
+/** Ends the rumble. Gives 0. @failure negative. @waits the device */
 HALVORIN_API i32 haptic_stop_rumble(void* haptic);

@@ -25,7 +25,13 @@
  * clipboard's text lives in the program that set it: it is there for others while that program runs
  * and polls its events, and a text from another program may take a moment to come.
  *
- * Thread. All calls belong to the thread that opened the display.
+ * Calls, where nothing else is said:
+ *
+ * @thread   display
+ * @memory   none
+ * @failure  not told
+ * @heap     SDL2
+ * @waits    window system
  */
 
 #include "types.h"
@@ -37,6 +43,14 @@ enum {
     MESSAGE_BOX_ERROR = 2
 };
 typedef u8 message_box_kind;
+
+/*
+ * The clipboard buffer.
+ *
+ * @failure  none
+ * @heap     none
+ * @waits    no
+ */
 
 /**
  * Lends the clipboard buffer and sets the position to 0.
@@ -54,15 +68,19 @@ HALVORIN_API void clipboard_set_buffer_position(i64 position);
 
 HALVORIN_API i64 clipboard_get_buffer_position(void);
 
+/* Services. */
+
 /**
  * Copies the clipboard's text.
  *
  * @param result    UTF-8, not terminated; the byte behind it isn't written.
- * @lifetime  in the clipboard buffer until the position is moved below its end, or the buffer is
- *            set; without one until later results have run over it.
- * @failure   null `data` and count 0: there is no text, or no room for it. In the latter case the
+ * @memory    clipboard buffer or results: the text's bytes.
+ * @lifetime  until the position goes below its end, or later results have run over it: the first in
+ *            the clipboard buffer, where clipboard_set_buffer ends it too, the second without one.
+ * @failure   null `data`, count 0: there is no text, or no room for it. In the latter case the
  *            line "clipboard memory allocation failed" is printed to standard output. The position
  *            doesn't move.
+ * @waits     another program
  */
 HALVORIN_API void clipboard_get(Slice* result);
 
@@ -71,6 +89,7 @@ HALVORIN_API void clipboard_get(Slice* result);
  * as it was. A zero byte ends it.
  *
  * @param text  UTF-8.
+ * @memory      text
  */
 HALVORIN_API void clipboard_set(Slice text);
 
@@ -80,6 +99,8 @@ HALVORIN_API void clipboard_set(Slice text);
  * or where there is nothing to show it on.
  *
  * @param title, message  UTF-8.
+ * @memory                text
+ * @waits                 until the user has closed it
  */
 HALVORIN_API void show_simple_message_box(message_box_kind kind, Slice title, Slice message);
 

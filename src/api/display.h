@@ -19,11 +19,16 @@
  * What happened to the window in the latest input_poll is told by the display_is_ questions; they
  * are reads of a few bytes. Each is true for that one poll, not for as long as the state lasts.
  *
- * Failure. Apart from display_open nothing here reports anything; without a window the setters do
- * nothing. Titles are bound by the length of a text (frame.h): a longer one is refused.
+ * Without a window the setters do nothing. Titles are bound by the length of a text (frame.h): a
+ * longer one is refused.
  *
- * Thread. All calls belong to the thread that opened the display, which is also the thread of the
- * OpenGL context.
+ * Calls, where nothing else is said:
+ *
+ * @thread   display: it is the thread of the OpenGL context too.
+ * @memory   none
+ * @failure  not told
+ * @heap     SDL2
+ * @waits    window system
  */
 
 #include "types.h"
@@ -52,16 +57,23 @@ typedef struct DisplayInfo {
 /*
  * The display's state, for hosts that call SDL2 themselves. All of it is zero until the first
  * display_open, and none of it is the host's to write.
+ *
+ * @lifetime  until a display_ call changes it
+ * @failure   0
  */
 
-/** SDL_Window*; null while the display is closed. */
+/** SDL_Window*. @failure null: the display is closed. */
 HALVORIN_DATA void* sdl_window;
 /** SDL2's number of the window. */
 HALVORIN_DATA u32 sdl_window_id;
 /** Non-zero: frames are presented by display_set_content. */
 HALVORIN_DATA b8 is_software_rendering;
-/** SDL_Renderer* and SDL_Texture* of software graphics. They end with the window that they were
- * made for, while the variables keep their values until the next ones are made. */
+/**
+ * SDL_Renderer* and SDL_Texture* of software graphics. They end with the window that they were made
+ * for, while the variables keep their values until the next ones are made.
+ *
+ * @failure  null
+ */
 HALVORIN_DATA void* sdl_renderer;
 HALVORIN_DATA void* sdl_texture;
 /** Size that the latest texture was asked for, in pixels. */
@@ -69,12 +81,14 @@ HALVORIN_DATA i32 sdl_texture_width;
 HALVORIN_DATA i32 sdl_texture_height;
 /** The vertical sync that display_open chose for hardware graphics. */
 HALVORIN_DATA b8 sdl_vsync;
-/** SDL_GLContext. */
+/** SDL_GLContext. @failure null */
 HALVORIN_DATA void* opengl_context;
 /** Non-zero: the context exists and OpenGL's functions are loaded. */
 HALVORIN_DATA b8 opengl_initialized;
 /** Non-zero: a display was opened with DISPLAY_FULLSCREEN. Never goes back to 0. */
 HALVORIN_DATA b8 fullscreen;
+
+/* The window. */
 
 /**
  * Opens the window.
@@ -85,10 +99,12 @@ HALVORIN_DATA b8 fullscreen;
  * @param flags    DISPLAY_ bits.
  * @param samples  samples a pixel for multisampling; 0 or 1 asks for none. Once asked for, it stays
  *                 with later windows of the process.
- * @return         true when there is a window now. False when one was open already (nothing
- *                 changes), when the title is too long (nothing changes), or when a window for
- *                 software graphics can't be made.
- * @failure        no window or no OpenGL 3.3 for hardware graphics ends the process, see above.
+ * @return         true when there is a window now.
+ * @memory         text
+ * @failure        false: one was open already or the title is too long (nothing changes), or a
+ *                 window for software graphics can't be made. No window or no OpenGL 3.3 for
+ *                 hardware graphics ends the process, see above.
+ * @heap           SDL2, OpenGL
  */
 HALVORIN_API b8 display_open(i32 width, i32 height, Slice title, display_flags flags, i32 samples);
 
@@ -100,6 +116,8 @@ HALVORIN_API void display_close(void);
  *
  * Under software graphics renderer and texture are made anew: the picture is gone until the next
  * display_set_content. Not a call for every frame.
+ *
+ * @heap  SDL2, OpenGL
  */
 HALVORIN_API void display_set_vsync(b8 on);
 
@@ -110,13 +128,15 @@ HALVORIN_API void display_set_vsync(b8 on);
  * one before it; where there was none, the window's present size. Towards hardware graphics a
  * display that was opened with DISPLAY_SOFTWARE, with no context from earlier, ends the process:
  * its window can't get one.
+ *
+ * @heap  SDL2, OpenGL
  */
 HALVORIN_API void display_set_software_graphics(b8 on);
 
 /** Sets the window's size in pixels. */
 HALVORIN_API void display_set_size(i32 width, i32 height);
 
-/** Sets the window's title, UTF-8. */
+/** Sets the window's title, UTF-8. @memory text */
 HALVORIN_API void display_set_title(Slice title);
 
 /**
@@ -135,6 +155,7 @@ HALVORIN_API void display_set_icon(i32 width, i32 height, const void* pixels);
  *
  * @param pixels  `height` rows of `width` pixels without gaps, top row first; 4 bytes a pixel: red,
  *                green, blue, alpha.
+ * @waits   vertical sync
  */
 HALVORIN_API void display_set_content(i32 width, i32 height, const void* pixels);
 
@@ -157,14 +178,23 @@ HALVORIN_API void display_minimize(void);
 HALVORIN_API void display_restore(void);
 
 /**
- * Tells the display's size and refresh rate; all zero while it is closed.
+ * Tells the display's size and refresh rate.
  *
  * The size is the window's, in pixels; after a display_open with DISPLAY_FULLSCREEN it is the
  * display mode's from then on.
+ *
+ * @failure  all zero: the display is closed.
  */
 HALVORIN_API void display_get_info(DisplayInfo* result);
 
-/** What the latest input_poll saw of the window. */
+/*
+ * What the latest input_poll saw of the window.
+ *
+ * @failure  none
+ * @heap     none
+ * @waits    no
+ */
+
 HALVORIN_API b8 display_is_minimized(void);
 HALVORIN_API b8 display_is_maximized(void);
 HALVORIN_API b8 display_is_restored(void);
@@ -187,9 +217,10 @@ HALVORIN_API b8 display_is_closed(void);
 HALVORIN_API b8 display_is_resized(i32* width, i32* height);
 
 /**
- * The file that was dropped on the window; `count` 0 when there was none.
+ * The file that was dropped on the window.
  *
  * @param result  UTF-8 path of the latest drop, at most its first 256 bytes, not terminated.
  * @lifetime      until a later input_poll brings another drop.
+ * @failure       `count` 0: there was none.
  */
 HALVORIN_API void display_file_dropped(Slice* result);

@@ -19,11 +19,15 @@
  * Memory. Paths pass through `temporary_buffer`. The names of a directory stand in the arena of
  * short-lived results: copy what is to be kept before the next call that gives such a result.
  *
- * Threads. Calls that take a path belong to one thread at a time. Calls that take a stream may run
- * on any thread; a stream has the C library's lock and no other.
+ * Failure. Why a call failed is not reported. Works without system_init.
  *
- * Failure. False, null or a smaller count; why it failed is not reported. Works without
- * system_init.
+ * Calls, where nothing else is said:
+ *
+ * @thread   one
+ * @memory   text
+ * @failure  false
+ * @heap     none
+ * @waits    disk
  */
 
 #include "types.h"
@@ -54,25 +58,53 @@ typedef struct DirectoryContent {
  * under whatever name, stays as it is.
  *
  * @return  true when both files could be opened. A full disk or a read error is not noticed.
- * @failure the source cannot be opened or is a directory: the target is not touched.
+ * @failure false. Where the source cannot be opened or is a directory, the target is not touched.
+ * @heap    C library
  */
 HALVORIN_API b8 file_copy(Slice from, Slice to);
 
-/** Creates an empty file, or cuts an existing one to 0 bytes. */
+/** Creates an empty file, or cuts an existing one to 0 bytes. @heap C library */
 HALVORIN_API b8 file_create(Slice path);
+
+/**
+ * Whether the path can be opened for reading, as a file: a directory does not exist in this sense,
+ * a file without read permission neither. Does not wait for a writer on a pipe.
+ */
+HALVORIN_API b8 file_exists(Slice path);
 
 /**
  * Opens a file.
  *
  * @param mode  a FILE_MODE_ number.
- * @return      the stream; null on failure, also for a directory in every mode.
+ * @return      the stream.
+ * @lifetime    until file_close
+ * @failure     null: also for a directory in every mode.
+ * @heap        C library
  */
 HALVORIN_API file_stream* file_open(Slice path, file_mode mode);
 
-/** Writes out what is still in the buffer and closes the stream, which is gone after this. */
+/*
+ * Calls on a stream.
+ *
+ * @thread  any: a stream has the C library's lock and no other.
+ * @memory  none
+ * @heap    C library: the buffer, with the first call that needs it.
+ */
+
+/**
+ * Writes out what is still in the buffer and closes the stream, which is gone after this.
+ *
+ * @failure  not told
+ */
 HALVORIN_API void file_close(file_stream* file);
 
-/** Whether file_open has failed: true for null. */
+/**
+ * Whether file_open has failed: true for null.
+ *
+ * @failure  none
+ * @heap     none
+ * @waits    no
+ */
 HALVORIN_API b8 file_failed(const file_stream* file);
 
 /**
@@ -84,35 +116,37 @@ HALVORIN_API b8 file_failed(const file_stream* file);
  */
 HALVORIN_API b8 file_seek(file_stream* file, i64 position);
 
-/** Whether a read has run into the end. Still false when the last byte has just been read. */
+/**
+ * Whether a read has run into the end. Still false when the last byte has just been read.
+ *
+ * @failure  none
+ * @heap     none
+ * @waits    no
+ */
 HALVORIN_API b8 file_end(file_stream* file);
 
 /**
  * Size in bytes, with what still stands in the buffer. The position stays, the mark that file_end
  * reads is cleared.
  *
- * @return  exact up to 2147483647; of a larger file the low 32 bits as a signed number. -1 for
- *          what has no size, such as a pipe.
+ * @return   exact up to 2147483647; of a larger file the low 32 bits as a signed number.
+ * @failure  -1: what has no size, such as a pipe.
  */
 HALVORIN_API i64 file_size(file_stream* file);
 
-/**
- * Whether the path can be opened for reading, as a file: a directory does not exist in this sense,
- * a file without read permission neither. Does not wait for a writer on a pipe.
- */
-HALVORIN_API b8 file_exists(Slice path);
-
-/** Writes bytes at the position and gives how many were written: fewer than `size` is a failure. */
+/** Writes bytes at the position and gives how many were written. @failure fewer than `size` */
 HALVORIN_API u64 file_write(file_stream* file, u64 size, const void* data);
 
-/** Writes one byte. */
+/** Writes one byte. @failure not told */
 HALVORIN_API void file_write_byte(file_stream* file, u8 value);
 
-/** Reads up to `size` bytes and gives how many were read: fewer at the end or by a failure. */
+/** Reads up to `size` bytes and gives how many. @failure fewer than `size`: at the end too. */
 HALVORIN_API u64 file_read(file_stream* file, u64 size, void* data);
 
-/** Reads one byte. At the end 255, which only file_end tells from a byte 255. */
+/** Reads one byte. @failure 255: at the end too, which only file_end tells from a byte 255. */
 HALVORIN_API u8 file_read_byte(file_stream* file);
+
+/* Calls on paths. */
 
 /** Removes a file. A link is removed itself; a directory is refused. */
 HALVORIN_API b8 file_delete(Slice path);
@@ -154,8 +188,10 @@ HALVORIN_API b8 directory_exists(Slice path);
  *                  holds ".", so a record that was zero before and has no directories now is a
  *                  failure.
  * @param path      at most 16382 bytes. The empty path lists the root.
+ * @memory          text, results: for each name its bytes and at least 17.
  * @lifetime        until later results have run once round the arena.
  * @failure         the record is left as it was: the path is no directory that can be read, or the
  *                  listing does not fit the arena. In the second case earlier results are gone.
+ * @heap            C library
  */
 HALVORIN_API void directory_get_content(DirectoryContent* result, Slice path);

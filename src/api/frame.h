@@ -20,8 +20,13 @@
  * Limits. A text has at most 16383 bytes, and two texts of one call have at most 16382 bytes
  * together. Longer text is refused, never cut: the call does nothing and gives its failure value.
  *
- * Threads. One thread at a time. system_time, system_ticks, system_sleep and the performance
- * counter may be called from any thread.
+ * Calls, where nothing else is said:
+ *
+ * @thread   one
+ * @memory   none
+ * @failure  none
+ * @heap     none
+ * @waits    no
  */
 
 #include "types.h"
@@ -42,6 +47,8 @@ typedef u32 system_init_flags;
 /**
  * Scratch for the text of the call in progress, and the offset of its first free byte, from 0 to
  * 16384. Exported for a look from outside: a host program writes neither.
+ *
+ * @lifetime  until the next call that takes `text`
  */
 HALVORIN_DATA u8 temporary_buffer[16384];
 HALVORIN_DATA i32 temporary_pos;
@@ -49,6 +56,10 @@ HALVORIN_DATA i32 temporary_pos;
 /**
  * The twelve system cursors (SDL_Cursor*), indexed by the CURSOR_ numbers. Filled by system_init;
  * null where the platform has no such cursor.
+ *
+ * @thread    display
+ * @lifetime  from system_init to system_release
+ * @failure   null
  */
 HALVORIN_DATA void* system_cursors[12];
 
@@ -60,8 +71,9 @@ HALVORIN_DATA void* system_cursors[12];
  *
  * @param text  UTF-8, at most 8191 UTF-16 units long.
  * @return      the first unit, in the byte order of the machine. The address may be odd.
+ * @memory      text
  * @lifetime    until later text has run through the rest of the 16384 bytes; use it at once.
- * @failure     a longer text gives an empty wide string.
+ * @failure     an empty wide string: for a longer text.
  */
 HALVORIN_API u16* to_wide_cstr(Slice text);
 
@@ -74,6 +86,10 @@ HALVORIN_API u16* to_wide_cstr(Slice text);
  *
  * @param flags  SYSTEM_INIT_ bits. With SYSTEM_INIT_EVENTS `to_key_code` is built and the input
  *               state is cleared, keys and buttons held included.
+ * @thread   one: while no other call is under way; where a display will be opened, on its thread.
+ * @failure  not told
+ * @heap     SDL2
+ * @waits    devices and the window system
  */
 HALVORIN_API void system_init(system_init_flags flags);
 
@@ -83,6 +99,10 @@ HALVORIN_API void system_init(system_init_flags flags);
  *
  * The exported variables keep their values: a host that starts again calls display_close before
  * its next display_open. Harmless without system_init and when called twice.
+ *
+ * @thread  one: while no other call is under way.
+ * @heap    SDL2
+ * @waits   devices and the window system
  */
 HALVORIN_API void system_release(void);
 
@@ -92,34 +112,64 @@ HALVORIN_API void system_release(void);
  *
  * @param command  for `/bin/sh -c` (on Windows the command interpreter). An over-long command is
  *                 not run.
+ * @memory   text
+ * @failure  not told
+ * @heap     C library
+ * @waits    until the command has ended
  */
 HALVORIN_API void system_execute(Slice command);
 
-/** Seconds since 1970-01-01 00:00 UTC. */
+/** Seconds since 1970-01-01 00:00 UTC. @thread any */
 HALVORIN_API i64 system_time(void);
 
-/** A counter of high resolution, in units of 1 / system_performance_frequency() seconds. */
+/** A counter of high resolution, in units of 1 / system_performance_frequency() s. @thread any */
 HALVORIN_API u64 system_performance_counter(void);
 
-/** Counts of system_performance_counter a second. */
+/** Counts of system_performance_counter a second. @thread any */
 HALVORIN_API u64 system_performance_frequency(void);
 
-/** Puts the calling thread to sleep for at least that many milliseconds. */
+/**
+ * Puts the calling thread to sleep for at least that many milliseconds.
+ *
+ * @thread  any
+ * @waits   for that time
+ */
 HALVORIN_API void system_sleep(u32 milliseconds);
 
-/** Milliseconds since SDL2 was started, 0 to 4294967295, after which it starts again from 0. */
+/**
+ * Milliseconds since SDL2 was started, 0 to 4294967295, after which it starts again from 0.
+ *
+ * @thread  any
+ */
 HALVORIN_API u64 system_ticks(void);
 
 /**
  * Loads a shared library.
  *
  * @param path  UTF-8; the platform's search rules hold for a bare name.
- * @return      a handle for the two calls below; null on failure.
+ * @return      a handle for the two calls below.
+ * @memory      text
+ * @lifetime    until system_unload_library
+ * @failure     null
+ * @heap        C library
+ * @waits       disk
  */
 HALVORIN_API void* system_load_library(Slice path);
 
-/** Finds a function or variable of a loaded library by name. Null when there is none. */
+/**
+ * Finds a function or variable of a loaded library by name.
+ *
+ * @memory    text
+ * @lifetime  until system_unload_library
+ * @failure   null: there is none of that name.
+ * @heap      C library: on failure.
+ */
 HALVORIN_API void* system_load_function(void* library, Slice name);
 
-/** Unloads a library; its functions must not be called any more. Null does nothing. */
+/**
+ * Unloads a library; its functions must not be called any more. Null does nothing.
+ *
+ * @failure  not told
+ * @heap     C library
+ */
 HALVORIN_API void system_unload_library(void* library);

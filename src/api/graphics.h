@@ -18,14 +18,17 @@
  * one setting that it makes is seamless cube map sampling, which is on from the start.
  *
  * Memory. OpenGL reads or writes the host's memory during the call and keeps no pointer to it. No
- * call allocates.
+ * call allocates; what the driver does behind OpenGL is its own matter, and so is where it waits.
  *
- * Thread. All calls belong to the thread that opened the display, behind a display_open for
- * hardware graphics. Before it, and on any other thread, they must not be made.
+ * Calls, where nothing else is said, of all the headers below:
  *
- * Failure. Nothing is checked and nothing is refused: what is wrong with a call shows in OpenGL's
- * error state, which pipeline_get_error reads. Where a call has a failure value its comment says
- * so.
+ * @thread   display: behind a display_open for hardware graphics. Before it, and on any other
+ *           thread, they must not be made.
+ * @memory   none
+ * @failure  OpenGL: nothing is checked and nothing is refused. What is wrong with a call shows in
+ *           OpenGL's error state, which pipeline_get_error reads.
+ * @heap     OpenGL
+ * @waits    OpenGL
  */
 
 #include "graphics_enumerations.h"

@@ -13,13 +13,19 @@
  * sets the two at once. Frame buffer 0 is the window's. Which color attachments are drawn to is
  * said by pipeline_draw_buffers, for each frame buffer on its own.
  *
- * Thread and failure: as for all graphics calls (graphics.h).
+ * Thread, failure and the rest: as for all graphics calls (graphics.h).
  */
 
 #include "graphics_enumerations.h"
 
-/** Makes a frame buffer with nothing attached. */
+/**
+ * Makes a frame buffer with nothing attached.
+ *
+ * @lifetime  until frame_buffer_destroy
+ * @failure   0
+ */
 HALVORIN_API u32 frame_buffer_create(void);
+
 /** Destroys a frame buffer, whose images stay; where it was bound, the window's is. 0 does nothing.
  */
 HALVORIN_API void frame_buffer_destroy(u32 frame_buffer);
@@ -58,8 +64,8 @@ HALVORIN_API void frame_buffer_render_buffer(frame_buffer_target target,
 /**
  * Tells whether the bound frame buffer can be used.
  *
- * @return  FRAME_BUFFER_STATUS_COMPLETE, or what is missing. A target outside its enumeration
- *          gives FRAME_BUFFER_STATUS_COMPLETE too and an error in OpenGL's error state.
+ * @return   FRAME_BUFFER_STATUS_COMPLETE, or what is missing.
+ * @failure  OpenGL: a target outside its enumeration gives FRAME_BUFFER_STATUS_COMPLETE too.
  */
 HALVORIN_API frame_buffer_status frame_buffer_get_status(frame_buffer_target target);
 
@@ -77,8 +83,14 @@ HALVORIN_API void frame_buffer_blit(i32 x, i32 y, i32 width, i32 height, i32 to_
                                     i32 to_width, i32 to_height, buffer_mask flags,
                                     texture_filter filter);
 
-/** Makes a render buffer without storage. */
+/**
+ * Makes a render buffer without storage.
+ *
+ * @lifetime  until render_buffer_destroy
+ * @failure   0
+ */
 HALVORIN_API u32 render_buffer_create(void);
+
 /** Destroys a render buffer, and takes it off the bound frame buffers. 0 does nothing. */
 HALVORIN_API void render_buffer_destroy(u32 render_buffer);
 

@@ -10,13 +10,19 @@
  *
  * Sizes and offsets are in bytes everywhere.
  *
- * Thread and failure: as for all graphics calls (graphics.h).
+ * Thread, failure and the rest: as for all graphics calls (graphics.h).
  */
 
 #include "graphics_enumerations.h"
 
-/** Makes a buffer without a store. */
+/**
+ * Makes a buffer without a store.
+ *
+ * @lifetime  until buffer_destroy
+ * @failure   0
+ */
 HALVORIN_API u32 buffer_create(void);
+
 /** Destroys a buffer and unbinds it. 0 does nothing. */
 HALVORIN_API void buffer_destroy(u32 buffer);
 HALVORIN_API void buffer_bind(buffer_target target, u32 buffer);
@@ -40,19 +46,26 @@ HALVORIN_API void buffer_sub_data(buffer_target target, i64 offset, i64 size, co
  * @param size    how many bytes the host is going to use. OpenGL isn't told, and it isn't compared
  *                with the buffer's size.
  * @lifetime  until buffer_unmap on the same target.
- * @failure   null `data`.
+ * @failure   null `data`
+ * @waits     OpenGL: until what it does with the store is done.
  */
 HALVORIN_API void buffer_map(Slice* result, buffer_target target, i64 size, buffer_access access);
 
-/** Ends a mapping. 0 when the store was lost meanwhile and has to be filled anew. */
+/** Ends a mapping. @failure false: the store was lost meanwhile and has to be filled anew. */
 HALVORIN_API b8 buffer_unmap(buffer_target target);
 
 /** Copies between two bound buffers, or within one. The read target comes first. */
 HALVORIN_API void buffer_copy_sub_data(buffer_target read_target, buffer_target write_target,
                                        i64 read_offset, i64 write_offset, i64 size);
 
-/** Makes a vertex array with all attributes off. */
+/**
+ * Makes a vertex array with all attributes off.
+ *
+ * @lifetime  until vertex_array_destroy
+ * @failure   0
+ */
 HALVORIN_API u32 vertex_array_create(void);
+
 /** Destroys a vertex array and unbinds it. 0 does nothing. */
 HALVORIN_API void vertex_array_destroy(u32 vertex_array);
 HALVORIN_API void vertex_array_bind(u32 vertex_array);

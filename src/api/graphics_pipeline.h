@@ -9,7 +9,7 @@
  * lasts as long as the OpenGL context and starts with OpenGL's own defaults. The calls named
  * _enable switch a capability on (true) or off (false).
  *
- * Thread and failure: as for all graphics calls (graphics.h).
+ * Thread, failure and the rest: as for all graphics calls (graphics.h).
  */
 
 #include "graphics_enumerations.h"
@@ -102,10 +102,14 @@ HALVORIN_API void pipeline_multisample_enable(b8 enable);
 /**
  * Ends a frame: shows what has been drawn, at the next vertical sync where that is on. Not for
  * software graphics, whose frames are shown by display_set_content.
+ *
+ * @failure  not told
+ * @heap     SDL2, OpenGL
+ * @waits    vertical sync
  */
 HALVORIN_API void pipeline_present(void);
 
-/** Returns when all that was asked of OpenGL so far has been done. */
+/** Returns when all that was asked of OpenGL so far has been done. @waits until then */
 HALVORIN_API void pipeline_finish(void);
 
 /**
@@ -113,6 +117,7 @@ HALVORIN_API void pipeline_finish(void);
  *
  * @param buffers  i32 values, each a color_buffer_number: entry i is for output i. At most 127.
  *                 The list passes through the front of `temporary_buffer` (frame.h).
+ * @memory  text
  */
 HALVORIN_API void pipeline_draw_buffers(Slice buffers);
 
@@ -132,6 +137,7 @@ HALVORIN_API void pipeline_pixel_store(pixel_store_parameter parameter, i32 valu
  * @param pixels  room for all of it: rows from the bottom up, as pipeline_pixel_store says. While
  *                a buffer is bound to BUFFER_TARGET_PIXEL_PACK it is an offset in bytes into that
  *                buffer, and the call doesn't wait.
+ * @waits         for the pixels
  */
 HALVORIN_API void pipeline_read_pixels(i32 x, i32 y, i32 width, i32 height, pixel_format format,
                                        data_type type, void* pixels);
@@ -142,5 +148,6 @@ HALVORIN_API void pipeline_read_pixels(i32 x, i32 y, i32 width, i32 height, pixe
  * @return  0 when there is none. Otherwise OpenGL's code plus one: 0x501 unknown number, 0x502
  *          value out of range, 0x503 not allowed in this state, 0x506 out of memory, 0x507 frame
  *          buffer not complete. Several may be pending: ask until 0.
+ * @failure none
  */
 HALVORIN_API u32 pipeline_get_error(void);

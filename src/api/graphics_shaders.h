@@ -19,7 +19,7 @@
  * Uniforms are set on the shader in use (shader_bind). A setter is named for the number of
  * components and their type, f for f32, i for i32 and q for u32; an `a` behind it means an array.
  *
- * Thread and failure: as for all graphics calls (graphics.h).
+ * Thread, failure and the rest: as for all graphics calls (graphics.h).
  */
 
 #include "types.h"
@@ -30,7 +30,12 @@ typedef struct ShaderResult {
     Slice log;  /**< bytes; the failure text in the buffer that the host passed. Null on success */
 } ShaderResult;
 
-/** Makes a shader without any stage. 0 on failure. */
+/**
+ * Makes a shader without any stage.
+ *
+ * @lifetime  until shader_destroy
+ * @failure   0
+ */
 HALVORIN_API u32 shader_create(void);
 
 /**
@@ -51,10 +56,12 @@ HALVORIN_API u32 shader_create(void);
  *                 kept.
  * @param log      room for a failure text; its `count` is the size in bytes, taken as a 32-bit
  *                 number. Untouched on success. Null or a size of 0 means that no text is wanted.
+ * @lifetime  as long as `log`: the text stands there.
  * @failure   `success` 0. The text holds for each stage that doesn't compile the line "failed to
  *            compile vertex stage" (or fragment, or geometry) and the driver's message, in the
  *            order vertex, fragment, geometry, and then the driver's message on the link. It is
  *            cut where the room ends, and has no terminator that counts.
+ * @waits     for the driver's compiler
  */
 HALVORIN_API void shader_source(ShaderResult* result, u32 program, Slice source, Slice log);
 
@@ -66,9 +73,13 @@ HALVORIN_API void shader_bind(u32 program);
 HALVORIN_API void shader_unbind(void);
 
 /*
- * Lookups by name. Each gives -1 when the linked shader has no such name in use. A name of more
- * than 16383 bytes is looked up nowhere and gives -1 as well. The answer stays the same until the
- * shader is linked again: look up once, not in each frame.
+ * Lookups by name. The answer stays the same until the shader is linked again: look up once, not in
+ * each frame.
+ *
+ * @memory    text
+ * @lifetime  until the shader is linked again
+ * @failure   -1: the linked shader has no such name in use. A name of more than 16383 bytes is
+ *            looked up nowhere.
  */
 
 /** The index of a vertex attribute, for the attribute_ calls. */
@@ -78,8 +89,10 @@ HALVORIN_API i32 shader_get_output_location(u32 program, Slice name);
 /** The location of a uniform, for the setters. Members are named "light[2].color". */
 HALVORIN_API i32 shader_get_uniform_location(u32 program, Slice name);
 
-/** The index of a uniform block. 0xFFFFFFFF when there is none. */
+/** The index of a uniform block. @failure 0xFFFFFFFF */
 HALVORIN_API u32 shader_get_uniform_block_index(u32 program, Slice name);
+/* Uniforms by block. */
+
 /** Ties a uniform block to a binding point of buffer_bind_base or buffer_bind_range. */
 HALVORIN_API void shader_uniform_block_binding(u32 program, u32 block, u32 binding);
 

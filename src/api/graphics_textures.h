@@ -19,13 +19,19 @@
  *
  * Extents and offsets are in texels, `level` is the mipmap level, 0 the largest.
  *
- * Thread and failure: as for all graphics calls (graphics.h).
+ * Thread, failure and the rest: as for all graphics calls (graphics.h).
  */
 
 #include "graphics_enumerations.h"
 
-/** Makes a texture. It gets its kind from the first target that it is bound to. */
+/**
+ * Makes a texture. It gets its kind from the first target that it is bound to.
+ *
+ * @lifetime  until texture_destroy
+ * @failure   0
+ */
 HALVORIN_API u32 texture_create(void);
+
 /** Destroys a texture and unbinds it everywhere. 0 does nothing. */
 HALVORIN_API void texture_destroy(u32 texture);
 HALVORIN_API void texture_bind(texture_target target, u32 texture);
@@ -124,7 +130,11 @@ HALVORIN_API void texture_copy_sub_image_2d(texture_target target, i32 level, i3
 HALVORIN_API void texture_copy_sub_image_3d(texture_target target, i32 level, i32 x, i32 y,
                                             i32 to_x, i32 to_y, i32 to_z, i32 width, i32 height);
 
-/** Reads a whole level back. `pixels` has to hold all of it in the given layout. */
+/**
+ * Reads a whole level back. `pixels` has to hold all of it in the given layout.
+ *
+ * @waits  for the pixels: not while a buffer is bound to BUFFER_TARGET_PIXEL_PACK.
+ */
 HALVORIN_API void texture_get_image(texture_target target, i32 level, pixel_format format,
                                     data_type type, void* pixels);
 

@@ -38,10 +38,16 @@
  * times, a PNG of 16 bits 6.5 times; with 3 channels up to 4.3, 7.7 for PNG of 16 bits. A buffer
  * that holds several images needs the sum. No single block of 2^30 bytes or more is given out.
  *
- * Threads. One thread at a time.
+ * A load that runs out of buffer also prints one line to standard output, "image memory allocation
+ * failed" or "image memory reallocation failed".
  *
- * Failure. Null `data`, or false. A load that runs out of buffer also prints one line to standard
- * output, "image memory allocation failed" or "image memory reallocation failed".
+ * Calls, where nothing else is said:
+ *
+ * @thread   one
+ * @memory   none
+ * @failure  none
+ * @heap     none
+ * @waits    no
  */
 
 #include "types.h"
@@ -93,12 +99,14 @@ HALVORIN_API void image_set_flip(b8 flip);
  *                  file's content decides on the format, not its extension.
  * @param channels  wanted channels: 1 grey, 2 grey and alpha, 3 red green blue, 4 red green blue
  *                  alpha; or 0 for the file's own count, which is not reported.
+ * @memory    text, image buffer: the pixels and the decoder's working memory, until the host moves
+ *            the position back; also when the load fails.
  * @lifetime  until image_set_buffer_position goes below the pixels, or image_set_buffer.
- * @memory    the decoder's working memory stays taken too, until the host moves the position back;
- *            also when the load fails.
  * @failure   null `data`: no such file (the position doesn't move), a directory, no known format,
  *            damaged content, a picture without pixels, other numbers of channels. An exhausted
  *            buffer also prints its line.
+ * @heap      C library: for opening the file.
+ * @waits     disk
  */
 HALVORIN_API void image_load(Image* result, Slice path, i8 channels);
 
@@ -107,6 +115,9 @@ HALVORIN_API void image_load(Image* result, Slice path, i8 channels);
  * more after the call.
  *
  * @param size  of the file's bytes.
+ * @memory      image buffer
+ * @lifetime    until image_set_buffer_position goes below the pixels, or image_set_buffer.
+ * @failure     null `data`
  */
 HALVORIN_API void image_load_from_memory(Image* result, i32 size, void* data, i8 channels);
 
@@ -120,9 +131,12 @@ HALVORIN_API void image_load_from_memory(Image* result, i32 size, void* data, i8
  * @param channels  of the pixels, 1 to 4. Alpha is written to `png` and `tga`, and to `bmp` with 4
  *                  channels; elsewhere it is dropped. `bmp` holds grey as three equal channels.
  * @return    true when the file was written. A full disk isn't noticed.
+ * @memory    text
  * @failure   false: another extension or none, a name that can't be opened for writing. Also,
  *            with no file made: null `data`, other numbers of channels, and pictures that the
  *            format can't hold (`tga` and `jpg` have sides of at most 65535; 2^31 bytes, and
  *            1342177275 for `png`, are too many).
+ * @heap      C library, encoder: that of PNG.
+ * @waits     disk
  */
 HALVORIN_API b8 image_save(Image image, Slice path, i8 channels);

@@ -13,9 +13,15 @@
  * them together, KEY_CONTROL, KEY_SHIFT, KEY_ALT and KEY_SYSTEM for a left and right pair; at these
  * "held" is the number of keys that are down, so true can be more than 1.
  *
- * Failure. None is reported. Numbers outside the enumerations read as 0 and set nothing.
+ * Numbers outside the enumerations read as 0 and set nothing.
  *
- * Thread. All calls belong to the thread that opened the display.
+ * Calls, where nothing else is said:
+ *
+ * @thread   display
+ * @memory   none
+ * @failure  none
+ * @heap     none
+ * @waits    no
  */
 
 #include "types.h"
@@ -192,11 +198,17 @@ typedef u8 cursor_kind;
 /**
  * The key code of each SDL2 scancode from 0 to 284, 255 where there is none. Built by system_init
  * with SYSTEM_INIT_EVENTS, all 0 before. Read-only for the host.
+ *
+ * @lifetime  always valid: only system_init changes it.
+ * @failure   255
  */
 HALVORIN_DATA u8 to_key_code[285];
 
 /**
- * Takes all events since the last poll and updates the state. Allocates nothing.
+ * Takes all events since the last poll and updates the state. Allocates nothing of its own; SDL2
+ * may, for events of kinds or numbers that it hasn't had before.
+ *
+ * @heap  SDL2
  */
 HALVORIN_API void input_poll(void);
 
@@ -214,7 +226,7 @@ HALVORIN_API b8 input_key_is_held(key_code key);
 /**
  * All keys at once: 108 bytes, indexed by key code.
  *
- * @lifetime  the library's own array: always valid, read-only, changing with each input_poll.
+ * @lifetime  always valid: the library's own array, read-only, changing with each input_poll.
  */
 HALVORIN_API void input_key_held_state(Slice* result);
 HALVORIN_API void input_key_pressed_state(Slice* result);
@@ -237,7 +249,7 @@ HALVORIN_API b8 input_mouse_is_held(mouse_button button);
 /**
  * All buttons at once: 5 bytes, indexed by button code.
  *
- * @lifetime  the library's own array: always valid, read-only, changing with each input_poll.
+ * @lifetime  always valid: the library's own array, read-only, changing with each input_poll.
  */
 HALVORIN_API void input_mouse_held_state(Slice* result);
 HALVORIN_API void input_mouse_pressed_state(Slice* result);
@@ -251,6 +263,14 @@ HALVORIN_API void input_mouse_moved(i32* x, i32* y);
 
 /** Place of the pointer in the window, in pixels, from the latest motion; 0, 0 before any. */
 HALVORIN_API void input_mouse_position(i32* x, i32* y);
+
+/*
+ * The pointer itself.
+ *
+ * @failure  not told
+ * @heap     SDL2
+ * @waits    window system
+ */
 
 /** Place of the pointer on the desktop at the moment of the call. */
 HALVORIN_API void input_mouse_global_position(i32* x, i32* y);
@@ -268,5 +288,11 @@ HALVORIN_API void input_mouse_set_global_position(i32 x, i32 y);
 /** Sets the pointer's shape to one of `system_cursors`. */
 HALVORIN_API void input_mouse_set_cursor(cursor_kind cursor);
 
-/** The mouse can rumble. */
+/**
+ * The mouse can rumble.
+ *
+ * @failure  false
+ * @heap     none
+ * @waits    no
+ */
 HALVORIN_API b8 input_mouse_is_haptic(void);

@@ -10,12 +10,16 @@
  *
  * There is no tangent, no logarithm or exponential of base 2, and no rounding to nearest.
  *
- * Failure. None is reported: outside a function's domain the result is a NaN or an infinity, as
- * the C library has it. A NaN among the arguments comes back as a NaN; of two, the platform
- * chooses.
- *
- * Threads. Every call may come from any thread, any number of them at a time. Works without
+ * A NaN among the arguments comes back as a NaN; of two, the platform chooses. Works without
  * system_init.
+ *
+ * Calls, where nothing else is said:
+ *
+ * @thread   any
+ * @memory   none
+ * @failure  NaN or infinity: outside the function's domain, as the C library has it.
+ * @heap     none
+ * @waits    no
  */
 
 #include "types.h"
@@ -23,13 +27,13 @@
 /** The square root, rounded correctly. NaN below 0. */
 HALVORIN_API f64_bits math_sqrt(f64_bits x);
 
-/** The greatest whole number that is not above x. */
+/** The greatest whole number that is not above x. @failure none */
 HALVORIN_API f64_bits math_floor(f64_bits x);
 
-/** The least whole number that is not below x. Of -0.5 it is -0.0. */
+/** The least whole number that is not below x. Of -0.5 it is -0.0. @failure none */
 HALVORIN_API f64_bits math_ceil(f64_bits x);
 
-/** x with its sign bit cleared, also where x is a NaN. */
+/** x with its sign bit cleared, also where x is a NaN. @failure none */
 HALVORIN_API f64_bits math_abs(f64_bits x);
 
 /** The remainder of x / y, exact, with the sign of x: of -7 and 3 it is -1. */

@@ -28,14 +28,18 @@
  * Memory. Nothing comes from the heap but the list of a selector, and what the system's look-up of
  * names takes for the length of its call. A text of network_address_get_ip is a short-lived result.
  *
- * Threads. The calls on a socket may run on any thread, and one that waits holds up its own thread
- * only. network_address_find, network_address_get_ip and the selectors belong to one thread at a
- * time; two threads may wait on two selectors that nobody changes meanwhile.
+ * Failure. The failed socket has all 64 bits set. Why a call failed isn't reported, and a socket
+ * that doesn't block and has nothing to do gives the same result as one that failed: it is a
+ * selector that tells when there is something to do. Works without system_init on Linux; a host
+ * that is to run elsewhere calls that first.
  *
- * Failure. False, -1, an address of zeros, or the failed socket, which has all 64 bits set. Why a
- * call failed isn't reported, and a socket that doesn't block and has nothing to do gives the same
- * result as one that failed: it is a selector that tells when there is something to do. Works
- * without system_init on Linux; a host that is to run elsewhere calls that first.
+ * Calls, where nothing else is said, of both headers:
+ *
+ * @thread   any: a call that waits holds up its own thread only.
+ * @memory   none
+ * @failure  false
+ * @heap     none
+ * @waits    no
  */
 
 #include "network_selectors.h"

@@ -9,6 +9,11 @@
  * closed socket fails, or tells of another socket that has got its number since.
  *
  * A number that names no selector in use does nothing, and gives 0 from network_selector_wait.
+ *
+ * Calls, where nothing else is said:
+ *
+ * @thread   one: but two threads may wait on two selectors that nobody changes meanwhile.
+ * @failure  not told
  */
 
 #include "network_sockets.h"
@@ -21,16 +26,31 @@ typedef struct NetworkSelector {
     i32 capacity;            /**< sockets that have room there: 8, doubled when they're all taken */
 } NetworkSelector;
 
-/** All selectors: the index is the number. */
+/**
+ * All selectors: the index is the number.
+ *
+ * @lifetime  always valid: the selector calls change it.
+ * @failure   none
+ */
 HALVORIN_DATA NetworkSelector selectors[1024];
 
-/** How many selectors at the front of `selectors` have ever been used. It only grows. */
+/**
+ * How many selectors at the front of `selectors` have ever been used. It only grows.
+ *
+ * @lifetime  until the next selector is made
+ * @failure   none
+ */
 HALVORIN_DATA i32 num_selectors;
 
-/** Makes a selector with an empty list, by the lowest number that is free. -1 when all are used. */
+/**
+ * Makes a selector with an empty list, by the lowest number that is free.
+ *
+ * @lifetime  until network_selector_destroy
+ * @failure   -1: all are used.
+ */
 HALVORIN_API i32 network_selector_create(void);
 
-/** Whether network_selector_create has failed: true for -1. */
+/** Whether network_selector_create has failed: true for -1. @failure none */
 HALVORIN_API b8 network_selector_failed(i32 selector);
 
 /**
@@ -43,6 +63,8 @@ HALVORIN_API void network_selector_destroy(i32 selector);
  * Adds a socket to the list, once more if it is in there. The only call of the network family that
  * takes memory from the heap, for the 1st, 9th, 17th, 33rd ... socket that a number's list has
  * ever held; where there is none left, the list stays as it is.
+ *
+ * @heap  the list
  */
 HALVORIN_API void network_selector_add(i32 selector, network_socket socket);
 
@@ -64,6 +86,7 @@ HALVORIN_API void network_selector_remove(i32 selector, network_socket socket);
  *                      ready, in the list's order, as many as have room. One that stands in the
  *                      list twice is given twice. Room behind the last one stays as it was.
  * @return    how many different sockets are ready, however many had room; 0 when time is up.
- * @failure   -1, and nothing is written: a negative time, or a socket that is closed or none.
+ * @failure   -1: nothing is written. A negative time, or a socket that is closed or none.
+ * @waits     for that time at most
  */
 HALVORIN_API i64 network_selector_wait(i32 selector, i64 milliseconds, Slice ready);

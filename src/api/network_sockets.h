@@ -46,8 +46,12 @@ typedef struct NetworkAddress {
  *                address to bind to, for whoever is to be reached under all of the machine's.
  * @param port    any, 0 too. Bound to port 0, a socket gets a free one from the system.
  * @param flags   NETWORK_ bits. Without a family the system chooses one.
+ * @thread    one
+ * @memory    text
  * @failure   all zero: no such host, or none in that family. network_socket_bind and
  *            network_tcp_connect refuse such an address, so it needs no test of its own.
+ * @heap      C library: for the length of the call.
+ * @waits     name server
  */
 HALVORIN_API void network_address_find(NetworkAddress* result, Slice host, u16 port,
                                        network_flags flags);
@@ -55,12 +59,14 @@ HALVORIN_API void network_address_find(NetworkAddress* result, Slice host, u16 p
 /**
  * The address as text, such as "127.0.0.1" or "::1", without port and scope.
  *
- * @lifetime  until later results have run once round the arena; it takes 64 bytes.
- * @failure   count 0 for a record that is neither IPv4 nor IPv6.
+ * @thread    one
+ * @memory    results: 64 bytes.
+ * @lifetime  until later results have run once round the arena.
+ * @failure   `count` 0: a record that is neither IPv4 nor IPv6.
  */
 HALVORIN_API void network_address_get_ip(Slice* result, NetworkAddress address);
 
-/** The port, whatever the family. */
+/** The port, whatever the family. @failure none */
 HALVORIN_API u16 network_address_get_port(NetworkAddress address);
 
 /**
@@ -69,13 +75,19 @@ HALVORIN_API u16 network_address_get_port(NetworkAddress address);
  * system's default.
  *
  * @param flags  NETWORK_ bits. A family is needed: the systems make no socket without one.
+ * @lifetime     until network_socket_destroy
+ * @failure      all bits set
  */
 HALVORIN_API network_socket network_socket_create(network_flags flags);
 
-/** Closes a socket. 0, or -1 on failure. A selector that has it in its list isn't told. */
+/** Closes a socket. Gives 0. A selector that has it in its list isn't told. @failure -1 */
 HALVORIN_API i32 network_socket_destroy(network_socket socket);
 
-/** Whether network_socket_create or network_tcp_accept has failed. Socket 0 hasn't. */
+/**
+ * Whether network_socket_create or network_tcp_accept has failed. Socket 0 hasn't.
+ *
+ * @failure  none
+ */
 HALVORIN_API b8 network_socket_failed(network_socket socket);
 
 /** Gives a socket its address. */
@@ -90,19 +102,26 @@ HALVORIN_API b8 network_socket_set_blocking(network_socket socket, b8 blocking);
 /**
  * Connects to a server.
  *
- * @return    false also while the connection of a socket that doesn't block is under way: call
+ * @failure   false: also while the connection of a socket that doesn't block is under way. Call
  *            again, and the first true means that it stands.
+ * @waits     for the other side: where the socket blocks, and so below.
  */
 HALVORIN_API b8 network_tcp_connect(network_socket socket, NetworkAddress address);
 
-/** Ends a connection in both directions; the socket is still to be destroyed. 0, or -1. */
+/**
+ * Ends a connection in both directions; the socket is still to be destroyed. Gives 0.
+ *
+ * @failure  -1
+ */
 HALVORIN_API i32 network_tcp_disconnect(network_socket socket);
 
 /**
  * Sends bytes on a connection.
  *
  * @return    how many bytes the system took, which may be fewer than `size`; the host goes on with
- *            the rest. -1 on failure, also when the socket doesn't block and there is no room.
+ *            the rest.
+ * @failure   -1: also when the socket doesn't block and there is no room.
+ * @waits     for room
  */
 HALVORIN_API i64 network_tcp_send(network_socket socket, u32 size, const void* data);
 
@@ -110,8 +129,9 @@ HALVORIN_API i64 network_tcp_send(network_socket socket, u32 size, const void* d
  * Receives what has come in on a connection.
  *
  * @param size  of the room at `data`, in bytes.
- * @return    the count of bytes; 0 when the other side has ended the connection; -1 on failure,
- *            also when the socket doesn't block and nothing has come in.
+ * @return    the count of bytes; 0 when the other side has ended the connection.
+ * @failure   -1: also when the socket doesn't block and nothing has come in.
+ * @waits     for the other side
  */
 HALVORIN_API i64 network_tcp_receive(network_socket socket, u32 size, void* data);
 
@@ -123,8 +143,10 @@ HALVORIN_API b8 network_tcp_listen(network_socket socket);
  *
  * @param address  gets the other side's address: 16 bytes for IPv4 and 28 for IPv6; what lies
  *                 behind them in the record stays as it was, and all of it does on failure.
- * @return    the connection, or the failed socket, also when the listening one doesn't block and
- *            no connection waits.
+ * @return    the connection.
+ * @lifetime  until network_socket_destroy
+ * @failure   all bits set: also when the listening one doesn't block and no connection waits.
+ * @waits     for the other side
  */
 HALVORIN_API network_socket network_tcp_accept(network_socket socket, NetworkAddress* address);
 
@@ -133,7 +155,9 @@ HALVORIN_API network_socket network_tcp_accept(network_socket socket, NetworkAdd
  *
  * @param size     in bytes, 0 too.
  * @param address  where to.
- * @return    the count of bytes; -1 on failure.
+ * @return    the count of bytes.
+ * @failure   -1
+ * @waits     for room
  */
 HALVORIN_API i64 network_udp_send(network_socket socket, u32 size, const void* data,
                                   NetworkAddress address);
@@ -144,8 +168,9 @@ HALVORIN_API i64 network_udp_send(network_socket socket, u32 size, const void* d
  * @param size     of the room at `data`, in bytes. On Linux a datagram that is longer is cut, and
  *                 the rest of it is gone.
  * @param address  gets the sender's address, as with network_tcp_accept.
- * @return    the count of bytes that were received; -1 on failure, also when the socket doesn't
- *            block and no datagram has come in.
+ * @return    the count of bytes that were received.
+ * @failure   -1: also when the socket doesn't block and no datagram has come in.
+ * @waits     for the other side
  */
 HALVORIN_API i64 network_udp_receive(network_socket socket, u32 size, void* data,
                                      NetworkAddress* address);

@@ -29,10 +29,26 @@
  *    given, except where a comment says so (the lent buffers).
  *  - Text that the library hands out is UTF-8 and its `count` leaves out any terminator.
  *
- * Threads
- *  - Unless a family's page says otherwise, the library's calls belong to one thread at a time:
- *    its scratch memory and its state are plain variables without a lock. Display, input and
- *    graphics calls belong to the thread that opened the display.
+ * Facts of a call
+ *  - The page at the head of a header ends with what holds for all of its calls. The comment of a
+ *    group and the comment of a call say what is different there. Calls without a blank line
+ *    between them stand under one comment.
+ *  - @thread    on which threads. `any`: on all of them at once. `one`: on any thread, but one call
+ *               of its family at a time, since state is kept in plain variables without a lock.
+ *               `display`: on the thread that opened the display. Calls that take `text` or
+ *               `results` share these with all others that do, whatever their family: while one
+ *               is under way, no other one runs on another thread.
+ *  - @memory    what it takes. `text`: room in `temporary_buffer`, for this call. `results`: room
+ *               in the arena of short-lived results (frame.h). Else a buffer that the host has
+ *               lent. `none`: nothing but the stack.
+ *  - @lifetime  until when its result is good, where that is more than a number.
+ *  - @failure   what a failure looks like. `none`: there is none. `not told`: nothing is done, and
+ *               nothing shows it. `OpenGL`: OpenGL's error state tells (pipeline_get_error).
+ *  - @heap      who may call the heap on its way, to take or to give back. `none`: nobody. It is
+ *               never the library's own code, but for the list of network_selector_add.
+ *  - @waits     what it may wait for. `no`: it returns at once.
+ *
+ *  The first words count: what stands behind a colon, a semicolon or a full stop is detail.
  */
 
 #include <stdint.h>

@@ -44,6 +44,11 @@ b8 file_create(Slice path) {
     return true;
 }
 
+b8 file_exists(Slice path) {
+    const path_char* const native = native_path(path);
+    return native != nullptr && is_readable_file(native);
+}
+
 file_stream* file_open(Slice path, file_mode mode) {
     stream_mode native_mode{};
     if (!find_mode(low_bits(mode), &native_mode)) return nullptr;
@@ -75,11 +80,6 @@ i64 file_size(file_stream* file) {
     const i64 size = stream_position(stream);
     seek_stream(stream, position, SEEK_SET);
     return static_cast<i32>(size);
-}
-
-b8 file_exists(Slice path) {
-    const path_char* const native = native_path(path);
-    return native != nullptr && is_readable_file(native);
 }
 
 u64 file_write(file_stream* file, u64 size, const void* data) {
