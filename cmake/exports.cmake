@@ -20,15 +20,21 @@ list(SORT exported)
 set(third_party_patterns "stbi_*" "stbiw_*" "gladLoad*" "glad_gl*" "GLAD_*" "gladSet*"
     "stb_vorbis_*" "drwav_*" "drflac_*")
 
-list(JOIN exported ";\n        " exported_lines)
-list(JOIN third_party_patterns ";\n        " third_party_lines)
-set(HALVORIN_EXPORT_LIST ${PROJECT_BINARY_DIR}/exports.map)
-file(CONFIGURE OUTPUT ${HALVORIN_EXPORT_LIST} @ONLY CONTENT
+# Writes a linker version script.
+function(write_export_list file)
+    list(JOIN ARGN ";\n        " names)
+    file(CONFIGURE OUTPUT ${file} @ONLY CONTENT
 "{
     global:
-        @exported_lines@;
-        @third_party_lines@;
+        @names@;
     local:
         *;
 };
 ")
+endfunction()
+
+set(HALVORIN_EXPORT_LIST ${PROJECT_BINARY_DIR}/exports.map)
+write_export_list(${HALVORIN_EXPORT_LIST} ${exported} ${third_party_patterns})
+# The interface of our own alone.
+set(HALVORIN_ABI_LIST ${PROJECT_BINARY_DIR}/own_exports.map)
+write_export_list(${HALVORIN_ABI_LIST} ${exported})
