@@ -4,6 +4,7 @@
 
 #include "api/graphics.h"
 
+#include "support/common.h"
 #include "support/recording_gl.h"
 
 #include <gtest/gtest.h>
@@ -16,10 +17,6 @@ namespace gl = recording_gl;
 namespace {
 
 using stage_texts = std::map<GLenum, std::string>;
-
-Slice slice_of(std::string_view text) {
-    return {const_cast<char*>(text.data()), static_cast<i64>(text.size())};
-}
 
 class ShaderSourceTest : public testing::Test {
 protected:
@@ -107,7 +104,7 @@ TEST_F(ShaderSourceTest, DirectivesMarkTheStages) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.source);
-        EXPECT_EQ(split(slice_of(c.source)), c.texts);
+        EXPECT_EQ(split(slice(c.source)), c.texts);
     }
 }
 
@@ -125,7 +122,7 @@ TEST_F(ShaderSourceTest, TheCountOfTheTextHas32Bits) {
 TEST_F(ShaderSourceTest, SuccessLeavesTheLogAloneAndCopiesNothing) {
     const std::string_view source = "#geometry G#fragment FF#vertex VVV";
     char log[] = "????????";
-    shader_source(&result, 7, slice_of(source), {log, 8});
+    shader_source(&result, 7, slice(source), {log, 8});
     EXPECT_EQ(stages, (std::vector<GLenum>{vertex, fragment, geometry}));
     EXPECT_EQ(addresses, (std::vector<const char*>{&source[31], &source[21], &source[10]}));
     EXPECT_EQ(result.success, 1);
@@ -137,32 +134,21 @@ TEST_F(ShaderSourceTest, SuccessLeavesTheLogAloneAndCopiesNothing) {
 TEST_F(ShaderSourceTest, AFailedStageIsDeletedAndTheRestGoesOn) {
     stage_logs[vertex] = "bad vertex";
     char log[200];
-    shader_source(&result, 7, slice_of("#vertex V#fragment F#geometry G"), {log, sizeof log});
-    const std::vector<std::string> expected = {
-        gl::CreateShader(GL_VERTEX_SHADER),
-        "glShaderSource(0x65, 1, pointer, pointer)",
-        gl::CompileShader(101),
-        "glGetShaderiv(0x65, 0x8B81, pointer)",
-        "glGetShaderInfoLog(0x65, 169, pointer, pointer)",
-        gl::DeleteShader(101),
-        gl::CreateShader(GL_FRAGMENT_SHADER),
-        "glShaderSource(0x66, 1, pointer, pointer)",
-        gl::CompileShader(102),
-        "glGetShaderiv(0x66, 0x8B81, pointer)",
-        gl::CreateShader(GL_GEOMETRY_SHADER),
-        "glShaderSource(0x67, 1, pointer, pointer)",
-        gl::CompileShader(103),
-        "glGetShaderiv(0x67, 0x8B81, pointer)",
-        gl::AttachShader(7, 102),
-        gl::AttachShader(7, 103),
-        gl::LinkProgram(7),
-        "glGetProgramiv(0x7, 0x8B82, pointer)",
-        gl::DetachShader(7, 102),
-        gl::DeleteShader(102),
-        gl::DetachShader(7, 103),
-        gl::DeleteShader(103),
+    shader_source(&result, 7, slice("#vertex V#fragment F#geometry G"), {log, sizeof log});
+    const auto compiled = [](GLuint object, GLenum stage) {
+        const std::string name = gl::text_of(object);
+        return gl::CreateShader(stage) + "\nglShaderSource(" + name + ", 1, pointer, pointer)\n" +
+               gl::CompileShader(object) + "\nglGetShaderiv(" + name + ", 0x8B81, pointer)\n";
     };
-    EXPECT_EQ(gl::calls, expected);
+    const auto left = [](GLuint object) {
+        return "\n" + gl::DetachShader(7, object) + "\n" + gl::DeleteShader(object);
+    };
+    EXPECT_EQ(gl::take(), compiled(101, vertex) +
+                              "glGetShaderInfoLog(0x65, 169, pointer, pointer)\n" +
+                              gl::DeleteShader(101) + "\n" + compiled(102, fragment) +
+                              compiled(103, geometry) + gl::AttachShader(7, 102) + "\n" +
+                              gl::AttachShader(7, 103) + "\n" + gl::LinkProgram(7) +
+                              "\nglGetProgramiv(0x7, 0x8B82, pointer)" + left(102) + left(103));
     EXPECT_EQ(result.success, 0) << "a good link doesn't repair a failed stage";
     EXPECT_EQ(std::string(log, static_cast<size_t>(result.log.count)),
               "failed to compile vertex stage\nbad vertex");
@@ -195,7 +181,7 @@ TEST_F(ShaderSourceTest, ALogOfAnySizeIsFilledAndNeverOverrun) {
     for (size_t size = 0; size <= whole + 8; ++size) {
         SCOPED_TRACE(size);
         std::string block(size + 32, '?');
-        shader_source(&result, 7, slice_of("#vertex V#fragment F#geometry G"),
+        shader_source(&result, 7, slice("#vertex V#fragment F#geometry G"),
                       {block.data() + 16, static_cast<i64>(size)});
         const std::string expected = fitting_log(texts, size);
         EXPECT_EQ(result.success, 0);
@@ -214,24 +200,19 @@ TEST_F(ShaderSourceTest, ALogWithoutRoomIsLeftAlone) {
     link_log = "bad too";
     char log[8];
     std::fill_n(log, sizeof log, '?');
-    for (i64 count : {i64{0}, i64{-1}, INT64_MIN, i64{0x80000000}, i64{0x100000000}}) {
-        SCOPED_TRACE(count);
+    const Slice rooms[] = {{log, 0},          {log, -1},          {log, INT64_MIN},
+                           {log, 0x80000000}, {log, 0x100000000}, {nullptr, 100}};
+    for (const Slice& room : rooms) {
+        SCOPED_TRACE(room.count);
         stages.clear();
-        shader_source(&result, 7, slice_of("#vertex V"), {log, count});
+        shader_source(&result, 7, slice("#vertex V"), room);
         EXPECT_EQ(result.success, 0);
-        EXPECT_EQ(result.log.data, log);
+        EXPECT_EQ(result.log.data, room.data);
         EXPECT_EQ(result.log.count, 0);
     }
     EXPECT_EQ(std::string(log, sizeof log), "????????");
-
     stages.clear();
-    shader_source(&result, 7, slice_of("#vertex V"), {nullptr, 100});
-    EXPECT_EQ(result.success, 0);
-    EXPECT_EQ(result.log.data, nullptr);
-    EXPECT_EQ(result.log.count, 0);
-
-    stages.clear();
-    shader_source(&result, 7, slice_of("#vertex V"), {log, 0x700000004});
+    shader_source(&result, 7, slice("#vertex V"), {log, 0x700000004});
     EXPECT_EQ(std::string(log, sizeof log), "fail????") << "the size has 32 bits";
     EXPECT_EQ(result.log.count, 4);
 }
