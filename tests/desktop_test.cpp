@@ -3,22 +3,12 @@
 
 #include "support/guarded_text.h"
 
-#include <SDL.h>
-
-#include <dlfcn.h>
-
 #include <array>
 #include <cstdio>
 #include <cstring>
 #include <optional>
 
 // Clipboard, message box and screen saver on a real X server, with xclip as the other program.
-
-// The same exports as a host sees them that leaves rubbish above narrow arguments.
-extern "C" {
-void wide_message_box(u32 kind, Slice title, Slice message) __asm__("show_simple_message_box");
-void wide_screensaver_enable(u32 enable) __asm__("screensaver_enable");
-}
 
 namespace {
 
@@ -41,10 +31,6 @@ struct Played {
 std::optional<Played> played;
 char* handed_out = nullptr;
 
-template <class Function> Function next(Function, const char* name) {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
-}
-
 } // namespace
 
 // These stand in for SDL2's functions; the library's calls come here first.
@@ -53,9 +39,8 @@ extern "C" {
 int SDL_ShowSimpleMessageBox(Uint32 flags, const char* title, const char* message,
                              SDL_Window* window) {
     boxes.push_back({flags, title, message, title, message, window});
-    if (!show_boxes) return 0;
-    return next(SDL_ShowSimpleMessageBox, "SDL_ShowSimpleMessageBox")(flags, title, message,
-                                                                      window);
+    const auto show = next(SDL_ShowSimpleMessageBox, "SDL_ShowSimpleMessageBox");
+    return show_boxes ? show(flags, title, message, window) : 0;
 }
 
 SDL_bool SDL_HasClipboardText() {
@@ -95,7 +80,7 @@ Got get() {
     std::fflush(stdout);
     got.output = testing::internal::GetCapturedStdout();
     EXPECT_EQ(freed, handed_out == nullptr ? std::vector<void*>{} : std::vector<void*>{handed_out});
-    got.text = {static_cast<char*>(got.slice.data), static_cast<size_t>(got.slice.count)};
+    got.text = text_of(got.slice);
     return got;
 }
 
@@ -234,15 +219,6 @@ TEST_F(DesktopTest, TextsStandSideBySideAtAnyOffset) {
     EXPECT_EQ(get().slice.data, block.data() + 4);
     EXPECT_EQ(std::string(block.data(), 8), "#abcde##") << "nothing behind a text";
 
-    // Back to a mark, over what stood there.
-    const i64 mark = clipboard_get_buffer_position();
-    play("fgh");
-    get();
-    clipboard_set_buffer_position(mark);
-    play("ij");
-    EXPECT_EQ(get().slice.data, block.data() + 6);
-    EXPECT_EQ(std::string(block.data(), 11), "#abcdeijh##");
-
     // Up to the last byte, and not one further.
     clipboard_set_buffer_position(17);
     play("klmn");
@@ -294,9 +270,8 @@ TEST_F(DesktopTest, WithoutABufferTextsFollowEachOtherAtMultiplesOf8) {
     const Got all = get();
     EXPECT_EQ(all.text, whole);
     auto* const start = static_cast<char*>(all.slice.data);
-
     size_t end = 0;
-    for (const size_t length : {1u, 7u, 8u, 9u, 0u, 8191u, 300000u, 3u}) {
+    for (const size_t length : {9u, 0u, 300000u, 224272u}) {
         SCOPED_TRACE(length);
         const std::string text = text_of_length(length);
         play(text.c_str());
@@ -304,24 +279,15 @@ TEST_F(DesktopTest, WithoutABufferTextsFollowEachOtherAtMultiplesOf8) {
         EXPECT_EQ(got.text, text);
         const size_t expected = (end + 7) / 8 * 8;
         EXPECT_EQ(got.slice.data, start + expected);
-        EXPECT_EQ(start[expected + length], whole[expected + length]) << "nothing behind it";
         end = expected + length;
     }
-    const std::string rest = text_of_length(524288 - (end + 7) / 8 * 8);
-    play(rest.c_str());
-    EXPECT_EQ(get().slice.data, start + (end + 7) / 8 * 8) << "up to the last byte";
     play("x");
     EXPECT_EQ(get().slice.data, start) << "and round";
 
+    // From another program, as long as it may be and one byte longer.
     const std::string too_long = whole + "x";
-    play(too_long.c_str());
-    expect_nothing(line);
-    play("y");
-    EXPECT_EQ(get().slice.data, start + 8) << "nothing was taken";
-
-    // The same from another program.
-    played.reset();
     copy_in_xclip(too_long);
+    played.reset();
     expect_nothing(line);
     std::vector<char> block(524289);
     clipboard_set_buffer(524289, block.data());
@@ -367,6 +333,7 @@ TEST_F(DesktopTest, KindsAreTheirFlagsAndEverythingElseInforms) {
                  {0xFF, 0x40},
                  {0xFFFFFF01, 0x20},
                  {0x102, 0x10}};
+    const auto wide_message_box = by_name<void(u32, Slice, Slice)>("show_simple_message_box");
     for (const auto& c : cases) {
         SCOPED_TRACE(c.kind);
         boxes.clear();
@@ -387,28 +354,16 @@ TEST_F(DesktopTest, TheTwoTextsOfABoxFitTheScratchOrNothingIsShown) {
     EXPECT_EQ(boxes[0].title_at, scratch + 108);
     EXPECT_EQ(temporary_pos, 114);
 
-    const struct {
-        i64 title, message;
-        bool shown;
-    } cases[] = {{0, 0, true},          {16000, 382, true},   {16000, 383, false},
-                 {382, 16000, true},    {383, 16000, false},  {16383, 0, false},
-                 {0, 16384, false},     {16384, 0, false},    {INT64_MAX, 1, false},
-                 {1, INT64_MAX, false}, {-1, INT64_MIN, true}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.title);
-        SCOPED_TRACE(c.message);
-        const auto length = [](i64 count) {
-            return static_cast<size_t>(std::min<i64>(std::max<i64>(count, 0), 16384));
-        };
-        const std::string title(length(c.title), 't');
-        const std::string message(length(c.message), 'm');
+    // Up to the last byte of it, and not one further.
+    const std::string title(16000, 't');
+    for (const i64 count : {i64{382}, i64{383}, INT64_MAX}) {
         boxes.clear();
-        show_simple_message_box(0, {const_cast<char*>(title.data()), c.title},
-                                {const_cast<char*>(message.data()), c.message});
-        ASSERT_EQ(boxes.size(), c.shown ? 1u : 0u);
-        if (c.shown) {
+        std::string message(383, 'm');
+        show_simple_message_box(0, slice(title), {message.data(), count});
+        ASSERT_EQ(boxes.size(), count == 382 ? 1u : 0u) << count;
+        if (count == 382) {
             EXPECT_EQ(boxes[0].title, title);
-            EXPECT_EQ(boxes[0].message, message);
+            EXPECT_EQ(boxes[0].message, message.substr(0, 382));
         }
     }
 }
@@ -417,7 +372,7 @@ TEST_F(DesktopTest, TheScreenSaverIsSwitchedByTheByte) {
     EXPECT_EQ(SDL_IsScreenSaverEnabled(), SDL_FALSE) << "off from the start";
     for (const u32 enable : {1u, 0u, 2u, 0x100u, 0x80u, 0xFFFFFF00u, 0xFFFFFF01u}) {
         SCOPED_TRACE(enable);
-        wide_screensaver_enable(enable);
+        by_name<void(u32)>("screensaver_enable")(enable);
         EXPECT_EQ(SDL_IsScreenSaverEnabled(), (enable & 0xFF) != 0 ? SDL_TRUE : SDL_FALSE);
     }
     system_release();

@@ -9,7 +9,6 @@
 #include <malloc.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <random>
 #include <string>
@@ -87,31 +86,30 @@ TEST_F(DisplayOrdersTest, NoOrderOfCallsCrashesWhereverTheLibraryRuns) {
         {"no sound", [] { setenv("SDL_AUDIODRIVER", "nonexistent", 1); }},
         {"no display",
          [] {
-             unsetenv("SDL_VIDEODRIVER");
-             unsetenv("DISPLAY");
-             unsetenv("WAYLAND_DISPLAY");
+             for (const char* name : {"SDL_VIDEODRIVER", "DISPLAY", "WAYLAND_DISPLAY"}) {
+                 unsetenv(name);
+             }
          }},
     };
     const auto run = [](const std::function<void()>& setting) {
         system_release();
         setting();
         call_everything_harmless();
+        const auto switch_and_call = [] {
+            display_set_vsync(1);
+            display_set_software_graphics(1);
+            call_everything_harmless();
+        };
         for (const u32 flags : {0u, u32{SYSTEM_INIT_EVENTS}, 0xFFFFFFFFu}) {
             system_init(flags);
             call_everything_harmless();
             display_open(64, 48, slice("display"), DISPLAY_SOFTWARE, 0);
             call_everything_harmless();
-            display_set_vsync(1);
-            display_set_software_graphics(1);
-            call_everything_harmless();
+            switch_and_call();
             display_close();
-            display_set_vsync(1);
-            display_set_software_graphics(1);
-            call_everything_harmless();
+            switch_and_call();
             system_release();
-            display_set_vsync(1);
-            display_set_software_graphics(1);
-            call_everything_harmless();
+            switch_and_call();
             display_close();
             call_everything_harmless();
         }
@@ -239,10 +237,6 @@ TEST_F(DisplayOrdersTest, EveryAllowedOrderOfCallsKeepsBothWaysOfPresentingAlive
 // The offscreen driver keeps the buffers of each OpenGL window; under X11 the heap is looked at for
 // those too.
 TEST_F(DisplayOrdersTest, OpeningAndClosingKeepsNothing) {
-    const auto descriptors = [] {
-        namespace fs = std::filesystem;
-        return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-    };
     const auto cycles = [](int count, u16 flags) {
         for (int i = 0; i < count; i++) {
             ASSERT_TRUE(open(flags));
@@ -257,15 +251,15 @@ TEST_F(DisplayOrdersTest, OpeningAndClosingKeepsNothing) {
         }
     };
     cycles(700, DISPLAY_SOFTWARE);
-    auto descriptors_before = descriptors();
+    auto descriptors_before = open_descriptors();
     const auto heap_before = mallinfo2().uordblks;
     cycles(1000, DISPLAY_SOFTWARE);
     const auto heap_after = mallinfo2().uordblks;
-    EXPECT_EQ(descriptors(), descriptors_before);
+    EXPECT_EQ(open_descriptors(), descriptors_before);
     cycles(50, 0);
-    descriptors_before = descriptors();
+    descriptors_before = open_descriptors();
     cycles(500, 0);
-    EXPECT_EQ(descriptors(), descriptors_before);
+    EXPECT_EQ(open_descriptors(), descriptors_before);
     if (heap_before == 0) GTEST_SKIP() << "the sanitizer's heap isn't counted";
     EXPECT_LE(heap_after, heap_before + 8 * 1024);
 }

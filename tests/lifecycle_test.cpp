@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Zlib
+#include "support/common.h"
+#include "support/events.h"
+
 #include "api/system.h"
 
-#include <SDL.h>
 #include <gtest/gtest.h>
-
-#include <dlfcn.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -23,10 +22,6 @@ constexpr u32 all_parts = SYSTEM_INIT_TIMER | SYSTEM_INIT_AUDIO | SYSTEM_INIT_VI
 const bool keys_unmapped_at_load =
     std::all_of(to_key_code, to_key_code + 285, [](u8 code) { return code == 0; });
 
-Slice slice(const std::string& text) {
-    return {const_cast<char*>(text.data()), static_cast<i64>(text.size())};
-}
-
 bool has_cursors() {
     return std::any_of(system_cursors, system_cursors + 12, [](void* c) { return c != nullptr; });
 }
@@ -41,43 +36,7 @@ protected:
 
 using ServicesTest = LifecycleTest;
 
-void push_key(SDL_Scancode scancode) {
-    SDL_Event event = {};
-    event.type = SDL_KEYDOWN;
-    event.key.keysym.scancode = scancode;
-    SDL_PushEvent(&event);
-}
-
-void push_motion(i32 x, i32 y) {
-    SDL_Event event = {};
-    event.type = SDL_MOUSEMOTION;
-    event.motion.x = x;
-    event.motion.y = y;
-    event.motion.xrel = 3;
-    SDL_PushEvent(&event);
-}
-
-void push_drop(const char* path) {
-    SDL_Event event = {};
-    event.type = SDL_DROPFILE;
-    event.drop.file = SDL_strdup(path);
-    SDL_PushEvent(&event);
-}
-
 } // namespace
-
-TEST_F(LifecycleTest, ReleaseIsHarmlessInEveryOrder) {
-    system_release();
-    system_release();
-    for (const u32 flags : {0u, u32{SYSTEM_INIT_VIDEO}, all_parts}) {
-        SCOPED_TRACE(flags);
-        system_init(flags);
-        system_init(flags);
-        system_release();
-        EXPECT_EQ(SDL_WasInit(0), 0u);
-        system_release();
-    }
-}
 
 TEST_F(LifecycleTest, EachFlagStartsItsPartAndHigherBitsAreIgnored) {
     const struct {
@@ -95,7 +54,9 @@ TEST_F(LifecycleTest, EachFlagStartsItsPartAndHigherBitsAreIgnored) {
         SCOPED_TRACE(c.host);
         system_init(c.host | 0xFFFFFFC0u);
         EXPECT_EQ(SDL_WasInit(0), c.sdl);
+        system_init(c.host);
         system_release();
+        EXPECT_EQ(SDL_WasInit(0), 0u) << "however often it was started";
     }
 }
 
@@ -123,27 +84,6 @@ TEST_F(LifecycleTest, APartThatCannotStartCostsNoOther) {
     setenv("SDL_VIDEODRIVER", driver.c_str(), 1);
 }
 
-TEST_F(LifecycleTest, ManyLivesEachWithAWorkingDisplay) {
-    for (int life = 0; life < 4; life++) {
-        SCOPED_TRACE(life);
-        system_init(all_parts);
-        // The variables still hold what the life before left.
-        if (life > 0) {
-            EXPECT_EQ(display_open(64, 64, slice("second"), 0, 0), 0);
-        }
-        display_close();
-        EXPECT_EQ(sdl_window, nullptr);
-        const u16 flags = life % 2 == 0 ? 0 : DISPLAY_SOFTWARE;
-        ASSERT_EQ(display_open(64, 64, slice("display"), flags, 0), 1);
-        EXPECT_EQ(SDL_GL_GetCurrentContext() != nullptr, life % 2 == 0);
-        EXPECT_EQ(SDL_GetRenderer(static_cast<SDL_Window*>(sdl_window)) != nullptr, life % 2 == 1);
-        input_poll();
-        system_release();
-        EXPECT_EQ(SDL_WasInit(0), 0u);
-        system_release();
-    }
-}
-
 TEST_F(LifecycleTest, KeysAreUnmappedUntilEventsAreAskedFor) {
     EXPECT_TRUE(keys_unmapped_at_load);
     std::fill_n(to_key_code, 285, u8{7});
@@ -157,20 +97,12 @@ TEST_F(LifecycleTest, InitWithEventsClearsWhatHappenedAndKeepsWhereThingsAre) {
     system_init(SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS);
     ASSERT_EQ(display_open(64, 64, slice("display"), DISPLAY_SOFTWARE, 0), 1);
     input_poll();
-    push_key(SDL_SCANCODE_A);
-    push_motion(11, 12);
-    push_drop("/a/path");
-    SDL_Event button = {};
-    button.type = SDL_MOUSEBUTTONDOWN;
-    button.button.button = SDL_BUTTON_RIGHT;
-    SDL_PushEvent(&button);
-    SDL_Event wheel = {};
-    wheel.type = SDL_MOUSEWHEEL;
-    wheel.wheel.y = 2;
-    SDL_PushEvent(&wheel);
-    SDL_Event close = {};
-    close.type = SDL_QUIT;
-    SDL_PushEvent(&close);
+    push_key(SDL_SCANCODE_A, true);
+    push_motion(11, 12, 3, 0);
+    push_drop(SDL_DROPFILE, "/a/path");
+    push_button(SDL_BUTTON_RIGHT, true);
+    push_wheel(2);
+    push_quit();
     input_poll();
     const i32 arena = temporary_pos;
 
@@ -208,7 +140,7 @@ TEST_F(ServicesTest, ExecuteWaitsForTheShellAndRefusesOverLongCommands) {
     ASSERT_NE(mkdtemp(folder), nullptr);
     const std::string marks[] = {std::string(folder) + "/plain", std::string(folder) + "/longest",
                                  std::string(folder) + "/over"};
-    const auto exists = [](const std::string& path) { return access(path.c_str(), F_OK) == 0; };
+    const auto exists = [](const std::string& path) { return std::filesystem::exists(path); };
     system_execute(slice("sleep 0.2; exec >" + marks[0] + "; exit 3" + std::string("\0 junk", 6)));
     EXPECT_TRUE(exists(marks[0]));
     const auto padded = [](std::string command, std::size_t size) {
@@ -235,7 +167,6 @@ TEST_F(ServicesTest, ClocksAndSleepAgree) {
     const u64 frequency = system_performance_frequency();
     ASSERT_GT(frequency, 1000u);
     EXPECT_GE(passed, frequency / 20);
-    EXPECT_LT(passed, frequency * 5);
     EXPECT_GE(system_ticks() - ticks, 49u);
     EXPECT_LE(system_ticks(), 0xFFFFFFFFu);
 }
@@ -260,15 +191,9 @@ TEST_F(ServicesTest, LibrariesAreLoadedSearchedAndUnloaded) {
     system_unload_library(nullptr);
 
     EXPECT_EQ(system_load_library(slice("/no/such/library.so")), nullptr);
-    // Slashes make the C library's path as long as one likes.
+    // Cut off, it would be the path of the C library.
     Dl_info c_library = {};
     ASSERT_NE(dladdr(reinterpret_cast<void*>(&getenv), &c_library), 0);
-    const auto path = [&](std::size_t size) {
-        std::string text = c_library.dli_fname;
-        return text.insert(text.rfind('/'), size - text.size(), '/');
-    };
-    library = system_load_library(slice(path(4000)));
-    EXPECT_NE(library, nullptr) << SDL_GetError();
-    system_unload_library(library);
-    EXPECT_EQ(system_load_library(slice(path(16384))), nullptr);
+    const std::string path = c_library.dli_fname;
+    EXPECT_EQ(system_load_library(slice(path + std::string(16384, '\0'))), nullptr);
 }

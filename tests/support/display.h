@@ -2,6 +2,7 @@
 #pragma once
 
 #include "api/system.h"
+#include "support/common.h"
 
 #include <SDL.h>
 #include <gtest/gtest.h>
@@ -14,10 +15,6 @@
 // Frames of either way of presenting, drawn by the library and read back.
 
 inline constexpr u32 gl_cube_map_seamless = 0x884F;
-
-inline Slice slice(const std::string& text) {
-    return {const_cast<char*>(text.data()), static_cast<i64>(text.size())};
-}
 
 inline SDL_Window* window() {
     return static_cast<SDL_Window*>(sdl_window);

@@ -4,7 +4,7 @@
 // What tests on a real X server share. Ahead of X11's headers, whose macros stand for names in it.
 #include <gtest/gtest.h>
 
-#include "api/system.h"
+#include "support/display.h"
 
 #include <X11/Xlib.h>
 
@@ -19,10 +19,6 @@
 #include <vector>
 
 namespace x11 {
-
-inline Slice slice(const std::string& text) {
-    return {const_cast<char*>(text.data()), static_cast<i64>(text.size())};
-}
 
 inline void xdotool(const std::string& arguments) {
     ASSERT_EQ(std::system(("xdotool " + arguments).c_str()), 0) << arguments;
