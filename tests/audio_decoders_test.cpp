@@ -58,11 +58,11 @@ TEST(AudioDecodersTest, BothBuildsGiveTheSameSamples) {
         SCOPED_TRACE(name);
         audio_set_buffer_position(0);
         const bytes file = read_file(path_of(name));
-        if (ends_with(name, ".wav")) {
+        if (name.ends_with(".wav")) {
             const bytes plain = decode(wav_calls_any, file);
             EXPECT_GT(plain.size(), 0u);
             EXPECT_TRUE(decode(wav_calls_avx2, file) == plain);
-        } else if (ends_with(name, ".flac")) {
+        } else if (name.ends_with(".flac")) {
             const bytes plain = decode(flac_calls_any, file);
             EXPECT_GT(plain.size(), 0u);
             EXPECT_TRUE(decode(flac_calls_avx2, file) == plain);

@@ -63,9 +63,7 @@ protected:
     AudioDevicesTest() {
         setenv("SDL_AUDIODRIVER", "disk", 1);
         setenv("SDL_DISKAUDIOFILE", played.c_str(), 1);
-        for (size_t i = 0; i < heard.size(); ++i) {
-            heard[i] = static_cast<u8>(t.random());
-        }
+        std::generate(heard.begin(), heard.end(), [&] { return static_cast<u8>(t.random()); });
         write_file(scratch_path("heard.raw"), heard);
         setenv("SDL_DISKAUDIOFILEIN", scratch_path("heard.raw").c_str(), 1);
         setenv("SDL_DISKAUDIODELAY", "2", 1);
@@ -109,12 +107,11 @@ TEST_F(AudioDevicesTest, WhatTheCallbackGivesIsPlayedByteForByteInEveryFormat) {
         const size_t block = 512u * row.channels * static_cast<size_t>(widths[row.format]);
         const bytes file = read_file(played);
         ASSERT_EQ(file.size() % block, 0u);
+        const auto period = static_cast<ptrdiff_t>(widths[row.format]);
         bytes sound;
         for (auto at = file.begin(); at != file.end(); at += static_cast<ptrdiff_t>(block)) {
             const auto end = at + static_cast<ptrdiff_t>(block);
-            const auto period = static_cast<size_t>(widths[row.format]);
-            const bool silent = std::equal(at, end - static_cast<ptrdiff_t>(period),
-                                           at + static_cast<ptrdiff_t>(period));
+            const bool silent = std::equal(at, end - period, at + period);
             if (!silent) sound.insert(sound.end(), at, end);
         }
         EXPECT_EQ(sound.size(), block * static_cast<size_t>(tape.calls));
@@ -150,23 +147,21 @@ TEST_F(AudioDevicesTest, TheLockKeepsTheCallbackOut) {
 }
 
 // Nothing here is atomic: the lock, the pause and the close alone stand between the two threads.
-struct shared_player {
-    i32 stream;
-    i64 frames = 0;
-    u64 wanted = 0; // the frame that the callback is to go to
-    int jumps = 0;
-};
-
-void play_stream(void* userdata, u8* block, i32 length) {
-    auto* const p = static_cast<shared_player*>(userdata);
-    if (p->wanted != 0 && audio_stream_seek(p->stream, p->wanted) != 0) ++p->jumps;
-    p->wanted = 0;
-    p->frames += audio_stream_read(p->stream, static_cast<u64>(length) / 2, block);
-}
-
 TEST_F(AudioDevicesTest, ACallbackReadsAStreamWhileTheHostSteersItUnderTheLock) {
+    struct player {
+        i32 stream;
+        i64 frames = 0;
+        u64 wanted = 0; // the frame that the callback is to go to
+        int jumps = 0;
+    };
+    const auto play_stream = [](void* userdata, u8* block, i32 length) {
+        auto* const p = static_cast<player*>(userdata);
+        if (p->wanted != 0 && audio_stream_seek(p->stream, p->wanted) != 0) ++p->jumps;
+        p->wanted = 0;
+        p->frames += audio_stream_read(p->stream, static_cast<u64>(length) / 2, block);
+    };
     const std::string path = path_of("long.ogg");
-    shared_player p{audio_stream_open(SAMPLE_FORMAT_S16, slice(path), false)};
+    player p{audio_stream_open(SAMPLE_FORMAT_S16, slice(path), false)};
     AudioInfo info;
     audio_stream_read_info(&info, p.stream);
     ASSERT_EQ(info.channels, 1);
@@ -176,14 +171,12 @@ TEST_F(AudioDevicesTest, ACallbackReadsAStreamWhileTheHostSteersItUnderTheLock) 
         audio_lock();
         p.wanted = static_cast<u64>(round) * 10000;
         audio_unlock();
-        int jumps = 0;
-        for (int i = 0; i < 500 && jumps < round; ++i) {
+        for (int jumps = 0; jumps < round;) {
             pause_for(5);
             audio_lock();
             jumps = p.jumps;
             audio_unlock();
         }
-        EXPECT_EQ(jumps, round);
     }
     audio_pause();
     EXPECT_GE(p.frames, 5 * 512);

@@ -3,9 +3,9 @@
 #include "support/heap_calls.h"
 #include "support/image_samples.h"
 
-#include <dlfcn.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sstream>
 
 using namespace image_samples;
 namespace fs = std::filesystem;
@@ -21,68 +21,47 @@ enum class compared {
     roughly
 };
 
-// The file's own channels, and how its pixels compare with what ImageMagick reads.
 struct sample {
-    const char* name;
-    int own_channels;
-    compared how = compared::exactly;
+    std::string name;
+    int own_channels; // those that a file has by itself
+    compared how;     // with what ImageMagick reads
 };
 
-constexpr sample samples[] = {
-    {"444.jpg", 3, compared::roughly},
-    {"420.jpg", 3, compared::roughly},
-    {"422.jpg", 3, compared::roughly},
-    {"progressive.jpg", 3, compared::roughly},
-    {"grey.jpg", 1, compared::roughly},
-    {"grey1.png", 1},
-    {"grey2.png", 1},
-    {"grey4.png", 1},
-    {"grey8.png", 1},
-    {"grey16.png", 1, compared::in_16_bits},
-    {"rgb8.png", 3},
-    {"rgb16.png", 3, compared::in_16_bits},
-    {"palette1.png", 3},
-    {"palette2.png", 3},
-    {"palette4.png", 3},
-    {"palette8.png", 3},
-    {"palette8-alpha.png", 4},
-    {"grey-alpha8.png", 2},
-    {"grey-alpha16.png", 2, compared::in_16_bits},
-    {"rgba8.png", 4},
-    {"rgba16.png", 4, compared::in_16_bits},
-    {"rgba8-interlaced.png", 4},
-    {"rgb16-interlaced.png", 3, compared::in_16_bits},
-    {"grey4-interlaced.png", 1},
-    {"rgb8-key.png", 4},
-    {"large.png", 3},
-    {"1.bmp", 3},
-    {"4.bmp", 3},
-    {"8.bmp", 3},
-    {"555.bmp", 3},
-    {"565.bmp", 3},
-    {"24.bmp", 3},
-    {"32.bmp", 4},
-    {"plain.gif", 4},
-    {"interlaced.gif", 4},
-    {"clear.gif", 4, compared::where_opaque},
-    {"animated.gif", 4},
-    {"raw.psd", 4},
-    {"packed.psd", 4},
-    {"alpha.psd", 4},
-    {"raw16.psd", 4},
-    {"8.pgm", 1},
-    {"16.pgm", 1, compared::in_16_bits},
-    {"8.ppm", 3},
-    {"16.ppm", 3, compared::in_16_bits},
-    {"rgb.tga", 3},
-    {"rgb-rle.tga", 3},
-    {"rgba.tga", 4},
-    {"rgba-rle.tga", 4},
-    {"grey.tga", 1},
-    {"grey-rle.tga", 1},
-    {"palette.tga", 3},
-    {"palette-rle.tga", 3},
-};
+std::vector<sample> all_samples() {
+    using enum compared;
+    const struct {
+        const char* names;
+        int channels;
+        compared how;
+    } groups[] = {
+        {"444.jpg 420.jpg 422.jpg progressive.jpg", 3, roughly},
+        {"grey.jpg", 1, roughly},
+        {"grey1.png grey2.png grey4.png grey8.png grey4-interlaced.png", 1, exactly},
+        {"8.pgm grey.tga grey-rle.tga", 1, exactly},
+        {"grey16.png 16.pgm", 1, in_16_bits},
+        {"grey-alpha8.png", 2, exactly},
+        {"grey-alpha16.png", 2, in_16_bits},
+        {"rgb8.png palette1.png palette2.png palette4.png palette8.png large.png", 3, exactly},
+        {"1.bmp 4.bmp 8.bmp 555.bmp 565.bmp 24.bmp 8.ppm", 3, exactly},
+        {"rgb.tga rgb-rle.tga palette.tga palette-rle.tga", 3, exactly},
+        {"rgb16.png rgb16-interlaced.png 16.ppm", 3, in_16_bits},
+        {"palette8-alpha.png rgba8.png rgba8-interlaced.png rgb8-key.png", 4, exactly},
+        {"32.bmp plain.gif interlaced.gif animated.gif rgba.tga rgba-rle.tga", 4, exactly},
+        {"raw.psd packed.psd alpha.psd raw16.psd", 4, exactly},
+        {"rgba16.png", 4, in_16_bits},
+        {"clear.gif", 4, where_opaque},
+    };
+    std::vector<sample> all;
+    for (const auto& group : groups) {
+        std::istringstream names(group.names);
+        for (std::string name; names >> name;) {
+            all.push_back({name, group.channels, group.how});
+        }
+    }
+    return all;
+}
+
+const std::vector<sample> samples = all_samples();
 
 int luma(const int* rgb) {
     return (77 * rgb[0] + 150 * rgb[1] + 29 * rgb[2]) >> 8;
@@ -145,8 +124,9 @@ protected:
     }
 
     static Image load(const std::string& path, int channels) {
+        const guarded_text guarded(path);
         Image image = {nullptr, -1, -1};
-        image_load(&image, slice(path), static_cast<i8>(channels));
+        image_load(&image, guarded.slice(), static_cast<i8>(channels));
         return image;
     }
     static Image load(bytes file, int channels) {
@@ -210,7 +190,7 @@ TEST_F(ImagesTest, PsdWith16BitsAndAlphaGivesItsColoursUnmixed) {
     EXPECT_EQ(pixels_of(load(file, 4), 4), (bytes{200, 150, 100, 255, 10, 100, 200, 51}));
 }
 
-TEST_F(ImagesTest, PositionMovesByTheProtocol) {
+TEST_F(ImagesTest, PositionMovesByTheProtocolAndAFullBufferIsUsableAgainFromAMark) {
     const bytes file = read_file(path_of("24.bmp"));
     constexpr i64 size = 21 * 13 * 3;
     image_set_buffer_position(5);
@@ -230,78 +210,20 @@ TEST_F(ImagesTest, PositionMovesByTheProtocol) {
     EXPECT_EQ(image_get_buffer_position(), 0);
     EXPECT_EQ(load(bytes(100, 'x'), 3).data, nullptr);
     EXPECT_GT(image_get_buffer_position(), 0) << "what a failed load took stays taken";
-}
 
-// The PNG's data in chunks of 3000 bytes. Its reader takes 4096 bytes for them and doubles that in
-// place when the second chunk comes. It reads no checksums.
-bytes in_small_chunks(const bytes& png) {
-    const std::string_view text(reinterpret_cast<const char*>(png.data()), png.size());
-    const size_t end = text.find("IEND") - 8;
-    size_t at = text.find("IDAT") + 4;
-    bytes chunks(png.begin(), png.begin() + 33);
-    while (at < end) {
-        const size_t size = std::min<size_t>(3000, end - at);
-        append(chunks, {0, 0, static_cast<int>(size / 256), static_cast<int>(size % 256)});
-        append(chunks, {'I', 'D', 'A', 'T'});
-        std::copy_n(png.data() + at, size, std::back_inserter(chunks));
-        append(chunks, {0, 0, 0, 0});
-        at += size;
-    }
-    std::copy(png.data() + end + 4, png.data() + png.size(), std::back_inserter(chunks));
-    return chunks;
-}
-
-TEST_F(ImagesTest, ExhaustedBufferIsUsableAgainFromAMark) {
-    const bytes bmp = read_file(path_of("24.bmp"));
-    const bytes png = in_small_chunks(read_file(path_of("large.png")));
-    constexpr i64 size = 21 * 13 * 3;
-    const struct {
-        const bytes& file;
-        i64 start, lent, position;
-        const char* printed;
-    } cases[] = {
-        {bmp, 0, size, size, ""},
-        {bmp, 5, size + 8, size + 8, ""},
-        {bmp, 5, size + 7, 8, allocation_failed},
-        {bmp, 0, 0, 0, allocation_failed},
-        {bmp, size + 1, size, size + 5, allocation_failed},
-        {bmp, INT64_MAX, size, INT64_MAX, allocation_failed},
-        {bmp, INT64_MIN, size, INT64_MIN, allocation_failed},
-        {png, 0, 4095, 0, allocation_failed},
-        {png, 0, 4096, 8192, reallocation_failed},
-        {png, 0, 8192, 8192, reallocation_failed},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.start << " of " << c.lent);
-        buffer.lend(c.lent);
-        image_set_buffer_position(c.start);
-        Image image = {};
-        EXPECT_EQ(output.during([&] { image = load(c.file, 3); }), c.printed);
-        EXPECT_EQ(image.data == nullptr, *c.printed != 0);
-        EXPECT_EQ(image_get_buffer_position(), c.position);
-        image_set_buffer_position(0);
-        output.during([&] { image = load(bmp, 3); });
-        EXPECT_EQ(image.data != nullptr, c.lent >= size);
-        EXPECT_TRUE(buffer.is_intact());
-    }
-}
-
-TEST_F(ImagesTest, NothingLoadsWithoutABuffer) {
-    image_set_buffer(ample, nullptr);
-    for (const sample& s : samples) {
-        SCOPED_TRACE(s.name);
-        Image image = {};
-        const auto printed = output.during([&] { image = load(path_of(s.name), 4); });
-        EXPECT_EQ(printed, allocation_failed);
-        EXPECT_EQ(image.data, nullptr);
-        EXPECT_EQ(image_get_buffer_position(), 0);
-    }
+    buffer.lend(size);
+    image_set_buffer_position(1);
+    EXPECT_EQ(output.during([&] { EXPECT_EQ(load(file, 3).data, nullptr); }), allocation_failed);
+    EXPECT_EQ(image_get_buffer_position(), 8);
+    image_set_buffer_position(0);
+    EXPECT_NE(load(file, 3).data, nullptr);
+    EXPECT_TRUE(buffer.is_intact());
 }
 
 TEST_F(ImagesTest, WhatCannotBeAnImageGivesNull) {
     const bytes gif = {'G', 'I', 'F', '8', '9', 'a', 0, 0, 0, 0, 0x80, 0, 0, 0,    0, 0,
                        1,   1,   1,   ',', 0,   0,   0, 0, 0, 0, 0,    0, 0, 0x3B, 0};
-    bytes empty_pgm = {'P', '5', ' ', '0', ' ', '7', ' ', '2', '5', '5', '\n'};
+    const bytes empty_pgm = {'P', '5', ' ', '0', ' ', '7', ' ', '2', '5', '5', '\n'};
     bytes empty_psd = read_file(path_of("raw.psd"));
     std::fill_n(empty_psd.begin() + 14, 8, u8{0});
     for (const bytes& file : {gif, empty_pgm, empty_psd, bytes(1, 'P')}) {
@@ -312,13 +234,13 @@ TEST_F(ImagesTest, WhatCannotBeAnImageGivesNull) {
     }
 
     image_set_buffer_position(0);
-    Image image = {};
-    image_load_from_memory(&image, 0, buffer.memory(), 4);
-    EXPECT_EQ(image.data, nullptr);
-    image_load_from_memory(&image, -1, buffer.memory(), 4);
-    EXPECT_EQ(image.data, nullptr);
-    image_load_from_memory(&image, 100, nullptr, 4);
-    EXPECT_EQ(image.data, nullptr);
+    const std::pair<i32, void*> no_files[] = {
+        {0, buffer.memory()}, {-1, buffer.memory()}, {100, nullptr}};
+    for (const auto& [size, data] : no_files) {
+        Image image = {data, 1, 1};
+        image_load_from_memory(&image, size, data, 4);
+        EXPECT_EQ(image.data, nullptr);
+    }
     for (const int channels : {-128, -1, 5, 127}) {
         EXPECT_EQ(load(path_of("8.ppm"), channels).data, nullptr);
         EXPECT_EQ(load(read_file(path_of("8.ppm")), channels).data, nullptr);
@@ -326,19 +248,14 @@ TEST_F(ImagesTest, WhatCannotBeAnImageGivesNull) {
     EXPECT_EQ(image_get_buffer_position(), 0);
 }
 
-template <class Function> Function* exported(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_DEFAULT, name));
-}
-
 TEST_F(ImagesTest, OnlyTheLowByteOfNarrowArgumentsCounts) {
-    const auto wide_load = exported<void(Image*, Slice, u64)>("image_load");
-    const auto wide_save = exported<u8(Image, Slice, u64)>("image_save");
-    const auto wide_flip = exported<void(u64)>("image_set_flip");
+    const auto wide_flip = by_name<void(u64)>("image_set_flip");
     const std::string path = path_of("8.ppm");
     Image image = {};
-    wide_load(&image, slice(path), 0xFFFFFFFFABCDEF03);
+    by_name<void(Image*, Slice, u64)>("image_load")(&image, slice(path), 0xFFFFFFFFABCDEF03);
     const bytes upright = pixels_of(image, 3);
     EXPECT_EQ(upright, pixels_of(load(path, 3), 3));
+    const auto wide_save = by_name<u8(Image, Slice, u64)>("image_save");
     EXPECT_EQ(wide_save(image, slice(in_folder("a.bmp")), 0xFFFFFFFFABCDEF03), 1);
     for (const u64 flip : {0x02u, 0x80u, 0x101u}) {
         wide_flip(flip);
@@ -361,7 +278,7 @@ bytes upside_down(const bytes& pixels) {
 
 TEST_F(ImagesTest, FlipTurnsLoadsOfAllFormatsAndSavesBack) {
     for (const sample& s : samples) {
-        if (std::string_view(s.name) == "large.png") continue;
+        if (s.name == "large.png") continue;
         SCOPED_TRACE(s.name);
         image_set_buffer_position(0);
         image_set_flip(0);
@@ -390,38 +307,39 @@ bytes saved_pixels(const bytes& pixels, int channels, bool keeps_alpha) {
 }
 
 TEST_F(ImagesTest, SavedFilesReadBackInAnotherReader) {
-    for (const int channels : {1, 2, 3, 4}) {
-        const Image image = load(path_of("rgba8.png"), channels);
-        for (const std::string extension : {"bmp", "png", "tga", "jpg"}) {
-            const std::string name = in_folder(extension + std::to_string(channels));
-            EXPECT_EQ(image_save(image, slice(name + "." + extension), static_cast<i8>(channels)),
-                      1);
-            image_set_flip(1);
-            const std::string turned = name + "-flipped." + extension;
-            EXPECT_EQ(image_save(image, slice(turned), static_cast<i8>(channels)), 1);
-            image_set_flip(0);
+    const auto for_each_file = [&](const auto& act) {
+        for (const int channels : {1, 2, 3, 4}) {
+            const Image image = load(path_of("rgba8.png"), channels);
+            for (const std::string format : {"bmp", "png", "tga", "jpg"}) {
+                SCOPED_TRACE(format + std::to_string(channels));
+                act(image, channels, format, in_folder(format + std::to_string(channels)));
+            }
         }
-    }
+    };
+    for_each_file(
+        [](const Image& image, int channels, const std::string& format, const std::string& name) {
+            for (const bool turned : {true, false}) {
+                image_set_flip(turned);
+                const std::string path = name + (turned ? "-flipped." : ".") + format;
+                EXPECT_EQ(image_save(image, slice(path), static_cast<i8>(channels)), 1);
+            }
+        });
     const std::string convert =
         "cd '" + folder.string() + "' && mogrify -auto-orient -format rgba -depth 8 *.*";
     ASSERT_EQ(std::system(convert.c_str()), 0);
-    for (const int channels : {1, 2, 3, 4}) {
-        const bytes pixels = pixels_of(load(path_of("rgba8.png"), channels), channels);
-        for (const std::string extension : {"bmp", "png", "tga", "jpg"}) {
-            SCOPED_TRACE(extension + std::to_string(channels));
-            const std::string name = in_folder(extension + std::to_string(channels));
+    for_each_file(
+        [](const Image& image, int channels, const std::string& format, const std::string& name) {
             const bool has_alpha =
-                extension == "bmp" ? channels == 4 : extension != "jpg" && channels % 2 == 0;
-            const bytes rgba = saved_pixels(pixels, channels, has_alpha);
-            const compared how = extension == "jpg" ? compared::roughly : compared::exactly;
+                format == "bmp" ? channels == 4 : format != "jpg" && channels % 2 == 0;
+            const bytes rgba = saved_pixels(pixels_of(image, channels), channels, has_alpha);
+            const compared how = format == "jpg" ? compared::roughly : compared::exactly;
             // ImageMagick takes a TGA of grey and alpha for one of 5 bits a colour.
-            const bool is_misread = extension == "tga" && channels == 2;
+            const bool is_misread = format == "tga" && channels == 2;
             compare(is_misread ? pixels_of(load(name + ".tga", 4), 4) : read_file(name + ".rgba"),
                     rgba, 4, how);
-            if (is_misread) continue;
+            if (is_misread) return;
             compare(read_file(name + "-flipped.rgba"), upside_down(rgba), 4, how);
-        }
-    }
+        });
 }
 
 TEST_F(ImagesTest, ExtensionIsWhatFollowsTheLastDotOfTheWholePath) {
@@ -432,32 +350,28 @@ TEST_F(ImagesTest, ExtensionIsWhatFollowsTheLastDotOfTheWholePath) {
     using namespace std::string_literals;
     const struct {
         std::string name, made;
-    } cases[] = {
-        {"a.tar.png", "a.tar.png"},
-        {".jpg", ".jpg"},
-        {"é\xFF.bmp", "é\xFF.bmp"},
-        {"a\0b.tga"s, "a"},
-        {"a.png.txt", ""},
-        {"a.PNG", ""},
-        {"a.jpeg", ""},
-        {"a.", ""},
-        {"a", ""},
-        {"d.png/a", ""},
-        {"d.png", ""},
-        {"png", ""},
-        {"a.pn", ""},
-        {"a.png ", ""},
-        {"none/a.png", ""},
-        {"a.png\0"s, ""},
-        {"a.pngpng"s, ""},
-    };
+    } cases[] = {{"a.tar.png", "a.tar.png"},
+                 {".jpg", ".jpg"},
+                 {"é\xFF.bmp", "é\xFF.bmp"},
+                 {"a\0b.tga"s, "a"},
+                 {"a.png.txt", ""},
+                 {"a.PNG", ""},
+                 {"a.jpeg", ""},
+                 {"a.", ""},
+                 {"a", ""},
+                 {"d.png/a", ""},
+                 {"d.png", ""},
+                 {"png", ""},
+                 {"a.pn", ""},
+                 {"a.png ", ""},
+                 {"none/a.png", ""},
+                 {"a.png\0"s, ""},
+                 {"a.pngpng"s, ""}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         guarded_text path(c.name);
         EXPECT_EQ(image_save({pixel, 1, 1}, path.slice(), 4), c.made.empty() ? 0 : 1);
-        const bool created = fs::exists(in_folder(c.made)) && !c.made.empty();
-        EXPECT_EQ(created, !c.made.empty());
-        if (created) {
+        if (!c.made.empty()) {
             EXPECT_EQ(load(in_folder(c.made), 4).width, 1);
             fs::remove(in_folder(c.made));
         }
@@ -471,30 +385,30 @@ TEST_F(ImagesTest, ExtensionIsWhatFollowsTheLastDotOfTheWholePath) {
 
 TEST_F(ImagesTest, WhatNoFileCanHoldIsRefusedAheadOfTheFile) {
     bytes row(65536 * 4);
-    const std::string formats[] = {"bmp", "png", "tga", "jpg"};
+    constexpr std::string_view all = "bmp png tga jpg";
     const struct {
         Image image;
         int channels;
-        std::string_view refused_by; // all but those not named
+        std::string_view refused_by;
     } cases[] = {
-        {{nullptr, 1, 1}, 4, "bmp png tga jpg"},
-        {{row.data(), 0, 1}, 4, "bmp png tga jpg"},
-        {{row.data(), 1, 0}, 4, "bmp png tga jpg"},
-        {{row.data(), -1, 1}, 4, "bmp png tga jpg"},
-        {{row.data(), 1, INT32_MIN}, 4, "bmp png tga jpg"},
-        {{row.data(), 1, 1}, 0, "bmp png tga jpg"},
-        {{row.data(), 1, 1}, 5, "bmp png tga jpg"},
-        {{row.data(), 1, 1}, -1, "bmp png tga jpg"},
-        {{row.data(), 32768, 32768}, 4, "bmp png tga jpg"},
-        {{row.data(), INT32_MAX, INT32_MAX}, 4, "bmp png tga jpg"},
-        {{row.data(), INT32_MAX, 1}, 1, "bmp png tga jpg"},
-        {{row.data(), 1'400'000'000, 1}, 1, "bmp png tga jpg"},
+        {{nullptr, 1, 1}, 4, all},
+        {{row.data(), 0, 1}, 4, all},
+        {{row.data(), 1, 0}, 4, all},
+        {{row.data(), -1, 1}, 4, all},
+        {{row.data(), 1, INT32_MIN}, 4, all},
+        {{row.data(), 1, 1}, 0, all},
+        {{row.data(), 1, 1}, 5, all},
+        {{row.data(), 1, 1}, -1, all},
+        {{row.data(), 32768, 32768}, 4, all},
+        {{row.data(), INT32_MAX, INT32_MAX}, 4, all},
+        {{row.data(), INT32_MAX, 1}, 1, all},
+        {{row.data(), 1'400'000'000, 1}, 1, all},
         {{row.data(), 65536, 1}, 4, "tga jpg"},
         {{row.data(), 1, 65536}, 1, "tga jpg"},
         {{row.data(), 65535, 1}, 4, ""},
     };
     for (const auto& c : cases) {
-        for (const std::string& format : formats) {
+        for (const std::string format : {"bmp", "png", "tga", "jpg"}) {
             SCOPED_TRACE(testing::Message() << c.image.width << "x" << c.image.height << " "
                                             << c.channels << " " << format);
             const std::string path = in_folder("a." + format);
@@ -506,28 +420,22 @@ TEST_F(ImagesTest, WhatNoFileCanHoldIsRefusedAheadOfTheFile) {
     }
 }
 
-TEST_F(ImagesTest, PathsReachTheFileSystemAsTheyAre) {
+TEST_F(ImagesTest, PathsReachTheFileSystemAsTheyAreOrNotAtAll) {
     const bytes file = read_file(path_of("8.ppm"));
-    for (const std::string name :
-         {"größe 日本 🙂.ppm", "not UTF-8 \xC3\x28\xFF", "no extension"}) {
+    for (const std::string name : {"größe 🙂.ppm", "not UTF-8 \xC3\x28\xFF", "no extension"}) {
         SCOPED_TRACE(name);
         fs::copy_file(path_of("8.ppm"), folder / name);
-        guarded_text path(in_folder(name));
-        Image image = {};
-        image_load(&image, path.slice(), 3);
-        EXPECT_EQ(pixels_of(image, 3), pixels_of(load(file, 3), 3));
+        EXPECT_EQ(pixels_of(load(in_folder(name), 3), 3), pixels_of(load(file, 3), 3));
     }
-    // A path of any length that names a file: over-long ones are refused, not cut.
-    const std::string prefix = in_folder("8.ppm");
-    fs::copy_file(path_of("8.ppm"), prefix);
-    const std::string folded = "/" + std::string(16384, '/') + prefix;
-    EXPECT_EQ(load(folded, 3).data, nullptr);
-    EXPECT_EQ(image_save(load(prefix, 3), slice(prefix + std::string(16384, 0) + ".png"), 3), 0);
-    EXPECT_EQ(read_file(prefix), file);
+    // Over-long ones would name a file if they were cut, or if slashes were no matter.
+    const std::string path = in_folder("no extension");
+    EXPECT_EQ(load("/" + std::string(16384, '/') + path, 3).data, nullptr);
+    EXPECT_EQ(image_save(load(path, 3), slice(path + std::string(16384, 0) + ".png"), 3), 0);
+    EXPECT_EQ(read_file(path), file);
 }
 
 TEST_F(ImagesTest, FreeingPixelsDoesNothing) {
-    const auto free_image = exported<void(void*)>("stbi_image_free");
+    const auto free_image = by_name<void(void*)>("stbi_image_free");
     const Image image = load(path_of("8.ppm"), 3);
     const bytes pixels = pixels_of(image, 3);
     const i64 position = image_get_buffer_position();
@@ -540,7 +448,7 @@ TEST_F(ImagesTest, FreeingPixelsDoesNothing) {
 // Only loads of the library's own end where a block is refused.
 TEST_F(ImagesTest, AHostThatCallsTheDecoderItselfGetsItsNull) {
     const auto decode =
-        exported<void*(const u8*, int, int*, int*, int*, int)>("stbi_load_from_memory");
+        by_name<void*(const u8*, int, int*, int*, int*, int)>("stbi_load_from_memory");
     const bytes file = read_file(path_of("24.bmp"));
     int sizes[3];
     const auto call = [&] {
@@ -557,61 +465,36 @@ TEST_F(ImagesTest, AHostThatCallsTheDecoderItselfGetsItsNull) {
     }
 }
 
-TEST_F(ImagesTest, LoadsLeaveNoDescriptorOpen) {
-    bytes broken = read_file(path_of("444.jpg"));
-    broken.resize(broken.size() / 2);
+TEST_F(ImagesTest, LoadsMakeNoHeapCallAndNoCallKeepsADescriptorOrMemoryOfTheHeap) {
     std::ofstream(in_folder("broken.png"), std::ios::binary) << "\x89PNG\r\n\x1A\nbroken";
-    const int before = open_descriptors();
-    for (const sample& s : samples) {
-        load(path_of(s.name), 4);
-        buffer.lend(100);
-        output.during([&] { load(path_of(s.name), 4); });
-        buffer.lend(ample);
-        load(in_folder("broken.png"), 4);
-        load(in_folder(""), 4);
-    }
-    EXPECT_EQ(open_descriptors(), before);
-}
-
-TEST_F(ImagesTest, LoadsMakeNoHeapCall) {
-    if (!HEAP_CALLS_COUNT) GTEST_SKIP() << "the sanitizer's heap stands in for the counting one";
+    const int descriptors = open_descriptors();
     for (const sample& s : samples) {
         SCOPED_TRACE(s.name);
-        const std::string path = path_of(s.name);
+        const std::string path = path_of(s.name), target = in_folder("a.png");
         bytes file = read_file(path);
+        const int in_use = heap_calls::blocks_in_use;
         image_set_buffer_position(0);
         Image image = {};
         const int in_memory = heap_calls::during(
             [&] { image_load_from_memory(&image, static_cast<i32>(file.size()), file.data(), 4); });
         EXPECT_EQ(in_memory, 0);
-
         // A stream takes its own state and its buffer, whoever reads from it.
         const int streams_own = heap_calls::during([&] {
             FILE* const stream = std::fopen(path.c_str(), "rb");
             std::fgetc(stream);
             std::fclose(stream);
         });
-        EXPECT_GT(streams_own, 0) << "the count sees the C library's calls";
+        EXPECT_TRUE(streams_own > 0 || !HEAP_CALLS_COUNT);
         EXPECT_EQ(heap_calls::during([&] { image_load(&image, slice(path), 4); }), streams_own);
-    }
-}
-
-TEST_F(ImagesTest, AThousandLoadsAndSavesLeaveTheHeapAsItWas) {
-    if (!HEAP_CALLS_COUNT) GTEST_SKIP() << "the sanitizer's heap stands in for the counting one";
-    const std::string target = in_folder("a.png");
-    const auto round = [&](const sample& s) {
-        image_set_buffer_position(0);
-        const Image image = load(path_of(s.name), 4);
-        image_save(image, slice(target), 4);
-        buffer.lend(1000);
-        output.during([&] { load(path_of(s.name), 4); });
+        EXPECT_EQ(image_save(image, slice(target), 4), 1);
+        load(in_folder("broken.png"), 4);
+        load(in_folder(""), 4);
+        buffer.lend(100);
+        output.during([&] { load(path, 4); });
         buffer.lend(ample);
-    };
-    const int before = heap_calls::blocks_in_use;
-    for (size_t i = 0; i < 1000; ++i) {
-        round(samples[i % std::size(samples)]);
+        EXPECT_EQ(heap_calls::blocks_in_use, in_use);
     }
-    EXPECT_EQ(heap_calls::blocks_in_use, before);
+    EXPECT_EQ(open_descriptors(), descriptors);
 }
 
 // The page in the header promises this for any file.

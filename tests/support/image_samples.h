@@ -2,14 +2,13 @@
 #pragma once
 
 #include "api/images.h"
+#include "support/common.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <dirent.h>
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <vector>
@@ -27,10 +26,6 @@ inline std::string path_of(const std::string& name) {
 inline bytes read_file(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
-}
-
-inline Slice slice(std::string_view text) {
-    return {const_cast<char*>(text.data()), static_cast<i64>(text.size())};
 }
 
 inline void append(bytes& to, std::initializer_list<int> values) {
@@ -152,15 +147,5 @@ private:
 
 constexpr const char allocation_failed[] = "image memory allocation failed\n";
 constexpr const char reallocation_failed[] = "image memory reallocation failed\n";
-
-inline int open_descriptors() {
-    int count = 0;
-    DIR* const directory = opendir("/proc/self/fd");
-    while (readdir(directory) != nullptr) {
-        ++count;
-    }
-    closedir(directory);
-    return count;
-}
 
 } // namespace image_samples

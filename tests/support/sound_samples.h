@@ -13,10 +13,8 @@ namespace sound_samples {
 
 using image_samples::bytes;
 using image_samples::guarded_block;
-using image_samples::open_descriptors;
 using image_samples::output_capture;
 using image_samples::read_file;
-using image_samples::slice;
 
 constexpr const char allocation_failed[] = "audio memory allocation failed\n";
 constexpr const char reallocation_failed[] = "audio memory reallocation failed\n";
@@ -59,9 +57,13 @@ inline bytes read_by_sox(const std::string& path) {
     return pclose(pipe) == 0 ? samples : bytes{};
 }
 
-inline bool ends_with(const std::string& name, std::string_view end) {
-    return name.size() >= end.size() &&
-           name.compare(name.size() - end.size(), end.size(), end) == 0;
+// With a few bytes changed, most of them in the headers.
+template <class Random> bytes damaged(bytes file, Random& random, bool anywhere) {
+    const size_t reach = anywhere ? file.size() : std::min<size_t>(file.size(), 300);
+    for (auto changes = 1 + random() % 8; changes > 0; --changes) {
+        file[random() % reach] = static_cast<u8>(random());
+    }
+    return file;
 }
 
 inline std::vector<std::string> all_sounds() {
