@@ -8,8 +8,6 @@
 #include <functional>
 #include <random>
 
-#include <dlfcn.h>
-
 namespace {
 
 TEST_F(Files, ModesOpenWhatTheyNameAndNothingElse) {
@@ -27,15 +25,12 @@ TEST_F(Files, ModesOpenWhatTheyNameAndNothingElse) {
                  {7, false, false, "content"},
                  {8, false, false, "content"},
                  {255, false, false, "content"}};
-    // What a host may leave in the upper part of the register.
-    const auto wide_open =
-        reinterpret_cast<file_stream* (*)(Slice, u32)>(dlsym(RTLD_DEFAULT, "file_open"));
-    ASSERT_NE(wide_open, nullptr);
+    const fs::path existing = root / "existing";
+    const fs::path missing = root / "missing";
+    const auto wide_open = by_name<file_stream*(Slice, u32)>("file_open");
     for (const auto& c : cases) {
         for (const u32 rubbish : {0u, 0x100u, 0xFFFFFF00u}) {
             SCOPED_TRACE(testing::Message() << int{c.mode} << " " << rubbish);
-            const fs::path existing = root / "existing";
-            const fs::path missing = root / "missing";
             write_text(existing, "content");
             fs::remove(missing);
             file_stream* file = wide_open(P(missing), c.mode | rubbish);
@@ -67,8 +62,7 @@ TEST_F(Files, ReadAppendReadsFromTheStartAndWritesAtTheEnd) {
 }
 
 TEST_F(Files, EveryByteComesBackAndOnlyTheEndMarkTellsTheEndFromByte255) {
-    const auto wide_write =
-        reinterpret_cast<void (*)(file_stream*, u32)>(dlsym(RTLD_DEFAULT, "file_write_byte"));
+    const auto wide_write = by_name<void(file_stream*, u32)>("file_write_byte");
     file_stream* file = file_open(P(root / "bytes"), FILE_MODE_WRITE);
     EXPECT_EQ(file_size(file), 0);
     for (u32 value = 0; value < 256; ++value) {
@@ -317,58 +311,50 @@ TEST_F(Files, PathsThatDoNotFitAreRefusedWithTheArenaAsItWas) {
 }
 
 TEST_F(Files, NamesOfEveryKindGoOutAndComeBackByteByByte) {
-    const std::string names[] = {
-        "\xC3\xA9t\xC3\xA9",
-        "e\xCC\x81",
-        "\xD1\x84\xD0\xB0\xD0\xB9\xD0\xBB",
-        "\xE4\xB8\xAD\xE6\x96\x87",
-        "\xF0\x9F\x98\x80",
-        "a b",
-        "*",
-        "?",
-        "back\\slash",
-        "C:",
-        "-r",
-        "line\nend",
-        "%s",
-        "~",
-        "...",
-        "\xFF\xFE",
-        "\xC0\xAF",
-        "\xED\xA0\x80",
-        "cut\xE4\xB8",
-        "\x80",
-        std::string(255, 'n'),
-        "\x01\x7F",
-    };
-    std::set<std::string> expected;
+    const std::string names[] = {"\xC3\xA9t\xC3\xA9",
+                                 "e\xCC\x81",
+                                 "\xD1\x84\xD0\xB0",
+                                 "\xE4\xB8\xAD",
+                                 "\xF0\x9F\x98\x80",
+                                 "a b",
+                                 "*",
+                                 "?",
+                                 "back\\slash",
+                                 "C:",
+                                 "-r",
+                                 "line\nend",
+                                 "%s",
+                                 "~",
+                                 "...",
+                                 "\x01\x7F",
+                                 "\xFF\xFE",
+                                 "\xC0\xAF",
+                                 "\xED\xA0\x80",
+                                 "cut\xE4\xB8",
+                                 "\x80",
+                                 std::string(255, 'n')};
     for (const std::string& name : names) {
         SCOPED_TRACE(testing::PrintToString(name));
-        const P path(root / name);
+        const P path(root / name), plain(root / "plain");
         ASSERT_EQ(file_create(path), 1);
         EXPECT_TRUE(fs::is_regular_file(root / name));
         EXPECT_EQ(file_exists(path), 1);
-        expected.insert(name);
-    }
-    EXPECT_EQ(names_in(content_of(root).files), expected);
-    for (const std::string& name : names) {
-        SCOPED_TRACE(testing::PrintToString(name));
-        ASSERT_EQ(file_rename(P(root / name), P(root / "plain")), 1);
-        ASSERT_EQ(file_copy(P(root / "plain"), P(root / name)), 1);
-        EXPECT_EQ(file_delete(P(root / "plain")), 1);
-        EXPECT_EQ(file_delete(P(root / name)), 1);
-        ASSERT_EQ(directory_create(P(root / name)), 1);
-        ASSERT_EQ(directory_rename(P(root / name), P(root / "plain")), 1);
-        ASSERT_EQ(directory_rename(P(root / "plain"), P(root / name)), 1);
+        EXPECT_EQ(names_in(content_of(root).files), std::set{name});
+        ASSERT_EQ(file_rename(path, plain), 1);
+        ASSERT_EQ(file_copy(plain, path), 1);
+        EXPECT_EQ(file_delete(plain) + file_delete(path), 2);
+        ASSERT_EQ(directory_create(path), 1);
+        ASSERT_EQ(directory_rename(path, plain), 1);
+        ASSERT_EQ(directory_rename(plain, path), 1);
         EXPECT_EQ(content_of(root / name).directories.count, 2);
-        EXPECT_EQ(directory_delete(P(root / name)), 1);
+        EXPECT_EQ(directory_delete(path), 1);
     }
     EXPECT_TRUE(fs::is_empty(root));
 }
 
 TEST_F(Files, RepeatedCallsKeepNoDescriptorOpen) {
     make_one_of_each();
-    const size_t before = open_descriptors();
+    const int before = open_descriptors();
     const P file(root / "file"), directory(root / "directory"), missing(root / "missing"),
         fresh(root / "fresh"), below(root / "missing/below");
     for (int i = 0; i < 1000; ++i) {

@@ -138,7 +138,7 @@ protected:
         Renames::TearDown();
     }
     fs::path away;
-    size_t descriptors = 0;
+    int descriptors = 0;
 };
 
 TEST_F(TwoFileSystems, FilesMoveWithContentModeAndTimesAndLinksAsLinks) {
@@ -176,20 +176,20 @@ TEST_F(TwoFileSystems, WhatCannotMoveStaysWholeAndLeavesNothingBehind) {
         b8 (*rename)(Slice, Slice);
         const char* from;
         const char* to;
-        bool kept; // the system refuses to remove the source
-        rlim_t longest_file;
-    } cases[] = {{file_rename, "file", "taken", false, RLIM_INFINITY},
-                 {file_rename, "file", "dangling", false, RLIM_INFINITY},
-                 {file_rename, "file", "directory", false, RLIM_INFINITY},
-                 {file_rename, "file", "missing/new", false, RLIM_INFINITY},
-                 {file_rename, "link", "taken", false, RLIM_INFINITY},
-                 {file_rename, "link", "dangling", false, RLIM_INFINITY},
-                 {file_rename, "fifo", "new", false, RLIM_INFINITY},
-                 {file_rename, "directory", "new", false, RLIM_INFINITY},
-                 {directory_rename, "directory", "new", false, RLIM_INFINITY},
-                 {directory_rename, "empty", "directory", false, RLIM_INFINITY},
-                 {file_rename, "file", "new", true, RLIM_INFINITY},
-                 {file_rename, "link", "new", true, RLIM_INFINITY},
+        bool kept = false; // the system refuses to remove the source
+        rlim_t longest_file = RLIM_INFINITY;
+    } cases[] = {{file_rename, "file", "taken"},
+                 {file_rename, "file", "dangling"},
+                 {file_rename, "file", "directory"},
+                 {file_rename, "file", "missing/new"},
+                 {file_rename, "link", "taken"},
+                 {file_rename, "link", "dangling"},
+                 {file_rename, "fifo", "new"},
+                 {file_rename, "directory", "new"},
+                 {directory_rename, "directory", "new"},
+                 {directory_rename, "empty", "directory"},
+                 {file_rename, "file", "new", true},
+                 {file_rename, "link", "new", true},
                  {file_rename, "large", "new", false, 100000}};
     rlimit whole;
     getrlimit(RLIMIT_FSIZE, &whole);

@@ -2,13 +2,12 @@
 #pragma once
 
 #include "api/files.h"
+#include "support/common.h"
 #include "support/guarded_text.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -37,10 +36,6 @@ inline void write_text(const fs::path& path, const std::string& text) {
 inline std::string read_text(const fs::path& path) {
     std::ifstream stream(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-inline std::string bytes_of(const Slice& text) {
-    return {static_cast<const char*>(text.data), static_cast<size_t>(text.count)};
 }
 
 // All that stands in a directory: kind, inode and content of each name.
@@ -91,7 +86,7 @@ protected:
 inline std::set<std::string> names_in(const Slice& array) {
     std::set<std::string> names;
     for (i64 i = 0; i < array.count; ++i) {
-        names.insert(bytes_of(static_cast<const Slice*>(array.data)[i]));
+        names.insert(text_of(static_cast<const Slice*>(array.data)[i]));
     }
     return names;
 }
@@ -100,9 +95,4 @@ inline DirectoryContent content_of(const fs::path& path) {
     DirectoryContent content = {};
     directory_get_content(&content, P(path));
     return content;
-}
-
-inline size_t open_descriptors() {
-    return static_cast<size_t>(
-        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
 }
