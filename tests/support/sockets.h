@@ -2,13 +2,13 @@
 #pragma once
 
 #include "api/network.h"
+#include "support/common.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <dlfcn.h>
 #include <netinet/in.h>
 #include <string>
 #include <string_view>
@@ -24,15 +24,6 @@ namespace sockets {
 inline constexpr network_socket none = ~network_socket{0};
 inline constexpr u64 rubbish = 0xA5A5A5A500000000;
 
-// The library's function under a prototype of the caller's, wider than its own.
-template <class Function> Function* by_name(const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_DEFAULT, name));
-}
-
-inline Slice slice(std::string_view text) {
-    return {const_cast<char*>(text.data()), static_cast<i64>(text.size())};
-}
-
 inline NetworkAddress address_of(std::string_view host, u16 port, network_flags flags) {
     NetworkAddress address;
     std::memset(&address, 0xAA, sizeof address);
@@ -46,10 +37,6 @@ inline bool same(const NetworkAddress& a, const NetworkAddress& b) {
 
 inline NetworkAddress loopback(network_flags flags, u16 port = 0) {
     return address_of((flags & NETWORK_IPV6) != 0 ? "::1" : "127.0.0.1", port, flags);
-}
-
-inline std::string text_of(const Slice& text) {
-    return {static_cast<const char*>(text.data), static_cast<size_t>(text.count)};
 }
 
 inline int descriptor(network_socket socket) {
