@@ -90,27 +90,22 @@ static void bytes_and_positions(void) {
     FIND(file_open, void*, (Slice, uint64_t mode));
     FIND(file_close, void, (void*));
     FIND(file_failed, uint8_t, (void*));
-    FIND(file_write, uint64_t, (void*, uint64_t, const void*));
     FIND(file_write_byte, void, (void*, uint64_t));
     FIND(file_read_byte, uint8_t, (void*));
     FIND(file_seek, uint8_t, (void*, int64_t));
     FIND(file_size, int64_t, (void*));
-    FIND(file_end, uint8_t, (void*));
 
     CHECK(file_failed(NULL) == 1);
     CHECK(file_open(in_folder("bytes"), rubbish | 0) == NULL);
     void* file = file_open(in_folder("bytes"), rubbish | 1);
-    CHECK(file != NULL && file_failed(file) == 0);
-    CHECK(file_write(file, 6, "012345") == 6);
+    CHECK(file_failed(file) == 0);
+    file_write_byte(file, rubbish | 0x12);
     file_write_byte(file, rubbish | 0x7F);
     file_close(file);
     file = file_open(in_folder("bytes"), rubbish | 2);
-    CHECK(file_size(file) == 7);
-    CHECK(file_seek(file, 0x100000006) == 1);
+    CHECK(file_size(file) == 2);
+    CHECK(file_seek(file, 0x100000001) == 1);
     CHECK(file_read_byte(file) == 0x7F);
-    CHECK(file_end(file) == 0);
-    CHECK(file_read_byte(file) == 255);
-    CHECK(file_end(file) != 0);
     CHECK(file_seek(file, 0xFFFFFFFF) == 0);
     file_close(file);
 }
@@ -121,7 +116,6 @@ static void truth_channels_and_records_by_value(void) {
     FIND(image_set_buffer_position, void, (int64_t));
     FIND(image_set_flip, void, (uint64_t));
     FIND(image_load, void, (Image*, Slice, uint64_t));
-    FIND(image_load_from_memory, void, (Image*, uint64_t size, const void*, uint64_t));
     FIND(image_save, uint8_t, (Image, Slice, uint64_t));
 
     static unsigned char memory[1 << 20];
@@ -135,26 +129,14 @@ static void truth_channels_and_records_by_value(void) {
 
     image_set_buffer(sizeof(memory), memory);
     CHECK(image_save(picture, in_folder("two.bmp"), rubbish | 3) == 1);
-    const struct {
-        uint64_t flip;
-        int top;
-    } flips[] = {{rubbish, 10}, {rubbish | 2, 40}, {0x100, 10}, {rubbish | 0x80, 40},
-                 {0, 10},       {1, 40},           {0, 10}};
-    for (size_t i = 0; i < sizeof(flips) / sizeof(flips[0]); i++) {
-        image_set_flip(flips[i].flip);
+    const uint64_t flips[] = {rubbish | 0x80, rubbish};
+    for (int i = 0; i < 2; i++) {
+        image_set_flip(flips[i]);
         image_load(&result.image, in_folder("two.bmp"), rubbish | 3);
         CHECK(result.image.data != NULL && result.image.width == 1 && result.image.height == 2);
-        CHECK(result.image.data != NULL && *(unsigned char*)result.image.data == flips[i].top);
+        CHECK(result.image.data != NULL && *(unsigned char*)result.image.data == pixels[3 - 3 * i]);
     }
     CHECK(result.before == rubbish && result.behind == rubbish);
-
-    FILE* file = fopen((const char*)in_folder("two.bmp").data, "rb");
-    unsigned char bytes[256];
-    const size_t size = file ? fread(bytes, 1, sizeof(bytes), file) : 0;
-    if (file) fclose(file);
-    image_load_from_memory(&result.image, 0x5A5A5A5A00000000u | size, bytes, rubbish | 1);
-    CHECK(result.image.data != NULL && result.image.height == 2);
-
     image_set_buffer_position(0x123456789ABC);
     CHECK(image_get_buffer_position() == 0x123456789ABC);
     image_set_buffer(0, NULL);
@@ -175,7 +157,6 @@ static void flags_floats_and_results_through_pointers(void) {
     FIND(pipeline_read_pixels, void,
          (uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, void*));
     FIND(pipeline_get_error, uint32_t, (void));
-    FIND(texture_create, uint32_t, (void));
     FIND(texture_bind, void, (uint64_t, uint64_t));
 
     const uint64_t above = 0x7777777700000000u; /* rubbish above 32 bits */
@@ -186,16 +167,15 @@ static void flags_floats_and_results_through_pointers(void) {
     CHECK(system_time() > 1700000000);
     CHECK(display_open(above | 64, above | 32, text("host"), 0xCCCCCCCCCCCC0081u, above | 0) == 1);
     CHECK(*is_software == 1 && *window != NULL);
+    display_close();
+    CHECK(display_open(64, 32, text("host"), 0xCCCCCCCCCCCC0001u, 1) == 1);
+    CHECK(*is_software == 0);
     struct {
         DisplayInfo info;
         int32_t behind;
     } told = {{0, 0, 0}, 77};
     display_get_info(&told.info);
     CHECK(told.info.width == 64 && told.info.height == 32 && told.behind == 77);
-    display_close();
-
-    CHECK(display_open(64, 32, text("host"), 0xCCCCCCCCCCCC0001u, 1) == 1);
-    CHECK(*is_software == 0);
     Slice keys = {NULL, 0};
     input_key_held_state(&keys);
     CHECK(keys.count == 108);
@@ -211,10 +191,9 @@ static void flags_floats_and_results_through_pointers(void) {
     pipeline_read_pixels(above | 1, above | 1, above | 1, above | 1, above | 8, above | 0, pixel);
     CHECK(pixel[0] == 255 && pixel[1] >= 127 && pixel[1] <= 128 && pixel[2] >= 63 &&
           pixel[2] <= 64);
-    CHECK(texture_create() == 1);
-    texture_bind(above | 1, above | 1);
+    texture_bind(above | 1, above);
     CHECK(pipeline_get_error() == 0);
-    texture_bind(above | 9, above | 1);
+    texture_bind(above | 9, above);
     CHECK(pipeline_get_error() == 0x0501);
     pipeline_color_mask(0x100, 0x200, rubbish, 0);
     pipeline_clear_color(0, 0, 0, 0);
