@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Zlib
-#include "support/guarded_text.h"
 #include "support/heap_calls.h"
 #include "support/image_samples.h"
 
@@ -246,23 +245,6 @@ TEST_F(ImagesTest, WhatCannotBeAnImageGivesNull) {
         EXPECT_EQ(load(read_file(path_of("8.ppm")), channels).data, nullptr);
     }
     EXPECT_EQ(image_get_buffer_position(), 0);
-}
-
-TEST_F(ImagesTest, OnlyTheLowByteOfNarrowArgumentsCounts) {
-    const auto wide_flip = by_name<void(u64)>("image_set_flip");
-    const std::string path = path_of("8.ppm");
-    Image image = {};
-    by_name<void(Image*, Slice, u64)>("image_load")(&image, slice(path), 0xFFFFFFFFABCDEF03);
-    const bytes upright = pixels_of(image, 3);
-    EXPECT_EQ(upright, pixels_of(load(path, 3), 3));
-    const auto wide_save = by_name<u8(Image, Slice, u64)>("image_save");
-    EXPECT_EQ(wide_save(image, slice(in_folder("a.bmp")), 0xFFFFFFFFABCDEF03), 1);
-    for (const u64 flip : {0x02u, 0x80u, 0x101u}) {
-        wide_flip(flip);
-        EXPECT_NE(pixels_of(load(path, 3), 3), upright);
-        wide_flip(0xFFFFFF00);
-        EXPECT_EQ(pixels_of(load(path, 3), 3), upright);
-    }
 }
 
 // Rows of 21 by 13 pixels from last to first.

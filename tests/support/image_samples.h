@@ -3,6 +3,7 @@
 
 #include "api/images.h"
 #include "support/common.h"
+#include "support/guarded_text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -58,36 +59,6 @@ inline bytes pic_pixels() {
     }
     return pixels;
 }
-
-// A block between pages that fault on any access. It ends at such a page, less what keeps its start
-// at a multiple of the alignment.
-class guarded_block {
-public:
-    explicit guarded_block(i64 capacity) : inner_((capacity / page + 1) * page) {
-        base_ = static_cast<u8*>(mmap(nullptr, static_cast<size_t>(inner_ + 2 * page), PROT_NONE,
-                                      MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(base_ + page, static_cast<size_t>(inner_), PROT_READ | PROT_WRITE);
-    }
-    ~guarded_block() {
-        munmap(base_, static_cast<size_t>(inner_ + 2 * page));
-    }
-    guarded_block(const guarded_block&) = delete;
-    guarded_block& operator=(const guarded_block&) = delete;
-
-    u8* ending_block(i64 size, i64 alignment = 1) {
-        return base_ + page + inner_ - (size + alignment - 1) / alignment * alignment;
-    }
-
-    // The file's bytes, with nothing to read behind them.
-    void* holding(const bytes& content, size_t count) {
-        return std::copy_n(content.data(), count, ending_block(static_cast<i64>(count))) - count;
-    }
-
-private:
-    static constexpr i64 page = 4096;
-    i64 inner_;
-    u8* base_;
-};
 
 // Lends the end of a guarded block. The bytes that are left behind it are watched.
 class lent_buffer {

@@ -12,7 +12,6 @@
 namespace sound_samples {
 
 using image_samples::bytes;
-using image_samples::guarded_block;
 using image_samples::output_capture;
 using image_samples::read_file;
 
