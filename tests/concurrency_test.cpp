@@ -216,6 +216,16 @@ TEST_F(ConcurrencyTest, AMutexKeepsOthersOutUntilItsHolderIsDoneAsOftenAsItLocke
     EXPECT_FALSE(others_can_lock());
     EXPECT_EQ(mutex_unlock(mutex), 0);
     EXPECT_TRUE(others_can_lock());
+
+    long sum = 0;
+    run_on_threads(4, [&] {
+        for (int i = 0; i < 20000; i++) {
+            mutex_lock(mutex);
+            sum += 1;
+            mutex_unlock(mutex);
+        }
+    });
+    EXPECT_EQ(sum, 80000);
 }
 
 TEST_F(ConcurrencyTest, ASemaphoreCountsAndItsTimeOutGivesZeroForTaken) {
@@ -373,16 +383,24 @@ TEST_F(ConcurrencyTest, ASpinLockHasOneHolder) {
     EXPECT_EQ(lock, 0);
     atomic_lock(&lock);
     EXPECT_EQ(atomic_trylock(&lock), 0);
-    atomic_unlock(&lock);
-
-    std::atomic<long> sum = 0;
-    run_on_threads(4, [&] {
-        for (int i = 0; i < 5000; i++) {
-            if (i % 2 == 0 || !atomic_trylock(&lock)) atomic_lock(&lock);
-            sum.store(sum.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    // One thread spins until the other lets go.
+    i32 turn = 0;
+    std::atomic<int> step = 0;
+    run_on_threads(2, [&] {
+        if (atomic_inc_ref(&turn) == 0) {
+            step = 1;
+            atomic_lock(&lock);
+            step = 2;
             atomic_unlock(&lock);
+            return;
         }
+        while (step == 0) {
+            system_sleep(1);
+        }
+        system_sleep(20);
+        EXPECT_EQ(step, 1);
+        atomic_unlock(&lock);
     });
-    EXPECT_EQ(sum, 20000);
+    EXPECT_EQ(step, 2);
     EXPECT_EQ(lock, 0);
 }

@@ -23,6 +23,7 @@ bool driver_refuses_context = false;
 std::vector<int> swap_intervals;
 std::vector<u32> renderer_flags;
 u32 asked_window_flags = 0;
+std::vector<std::string> window_calls;
 SDL_bool bordered = SDL_TRUE;
 
 } // namespace
@@ -56,10 +57,19 @@ SDL_Renderer* SDL_CreateRenderer(SDL_Window* window, int index, Uint32 flags) {
     return next(&SDL_CreateRenderer, "SDL_CreateRenderer")(window, index, flags);
 }
 
-// The offscreen driver has no borders.
+// The offscreen driver has no borders, and can't change a window's size by itself.
 void SDL_SetWindowBordered(SDL_Window* window, SDL_bool on) {
     if (window == sdl_window) bordered = on;
 }
+
+#define STANDS_IN_FOR(function)                                                                    \
+    void function(SDL_Window* window) {                                                            \
+        EXPECT_EQ(window, sdl_window);                                                             \
+        window_calls.push_back(#function);                                                         \
+    }
+STANDS_IN_FOR(SDL_MaximizeWindow)
+STANDS_IN_FOR(SDL_MinimizeWindow)
+STANDS_IN_FOR(SDL_RestoreWindow)
 }
 
 namespace {
@@ -313,6 +323,11 @@ TEST_F(DisplayTest, SettersReachTheWindowWithTheLowByteOfATruthValue) {
         }
         display_set_visible(1);
     }
+    display_maximize();
+    display_minimize();
+    display_restore();
+    EXPECT_EQ(window_calls, (std::vector<std::string>{"SDL_MaximizeWindow", "SDL_MinimizeWindow",
+                                                      "SDL_RestoreWindow"}));
     EXPECT_EQ(fullscreen, 0);
 }
 
