@@ -127,6 +127,11 @@ correct(stb_image "JPEG without some of its scans"
    if (first) stbi__clear_planes(z);
 ]])
 
+# A first piece of data without a byte in it would be copied to null.
+correct(stb_image "PNG whose data starts with nothing"
+[[            if (!stbi__getn(s, z->idata+ioff,c.length)) return]]
+[[            if (c.length && !stbi__getn(s, z->idata+ioff,c.length)) return]])
+
 # Pixels may name colours that aren't there. They would show what the stack held before.
 correct(stb_image "colours that a BMP doesn't have"
 [[   stbi_uc pal[256][4];
@@ -375,3 +380,41 @@ foreach(type "float" "double")
 endforeach()
 
 write_corrected("${DR_CORRECTED_DIR}/dr_wav.h" "${dr_wav}")
+
+read_original(dr_flac "${DR_FLAC_INCLUDE_DIR}/dr_flac.h")
+
+# What of a frame can't be decoded is silence, where the block's old contents would be played.
+foreach(kind "constant" "verbatim" "fixed" "lpc")
+    set(arguments "bs, frame->header.blockSizeInPCMFrames, subframeBitsPerSample, ")
+    if(kind STREQUAL "fixed" OR kind STREQUAL "lpc")
+        string(APPEND arguments "pSubframe->lpcOrder, ")
+    endif()
+    correct(dr_flac "${kind} part of a frame that breaks off"
+"            drflac__decode_samples__${kind}(${arguments}pSubframe->pSamplesS32);
+        } break;
+"
+"            if (!drflac__decode_samples__${kind}(${arguments}pSubframe->pSamplesS32)) {
+                DRFLAC_ZERO_MEMORY(pSubframe->pSamplesS32, frame->header.blockSizeInPCMFrames * sizeof(drflac_int32));
+            }
+        } break;
+")
+endforeach()
+
+# Partitions that aren't all of the same size leave samples behind them that belong to none.
+correct(dr_flac "partitions that don't make up a frame"
+[[    samplesInPartition = (blockSize / (1 << partitionOrder)) - lpcOrder;
+    partitionsRemaining = (1 << partitionOrder);
+    for (;;) {
+        drflac_uint8 riceParam = 0;
+]]
+[[    if (blockSize % (1 << partitionOrder) != 0) {
+        return DRFLAC_FALSE;
+    }
+
+    samplesInPartition = (blockSize / (1 << partitionOrder)) - lpcOrder;
+    partitionsRemaining = (1 << partitionOrder);
+    for (;;) {
+        drflac_uint8 riceParam = 0;
+]])
+
+write_corrected("${DR_CORRECTED_DIR}/dr_flac.h" "${dr_flac}")

@@ -50,6 +50,8 @@ bytes read_to_end(i32 stream, u64 frames_a_block) {
     }
 }
 
+struct attempt;
+
 class AudioStreamsTest : public testing::Test {
 protected:
     ~AudioStreamsTest() override {
@@ -57,6 +59,9 @@ protected:
             audio_stream_close(stream);
         }
     }
+    template <class Open> attempt try_stream(i64 lent, const Open& open);
+    template <class Open> void check_every_refusal(const Open& open);
+
     guarded_block source{ample};
     lent_buffer buffer;
     output_capture output;
@@ -147,15 +152,69 @@ TEST_F(AudioStreamsTest, AStreamThatFailedStaysFailedUntilItsClose) {
         EXPECT_EQ(info_of(open_file(path, 6)).channels, end.ends_with("ogg") ? 0 : 2);
         audio_set_buffer_position(0);
     }
-    // Every size with too little room for the decoder, and no file left open.
+}
+
+struct attempt {
+    bool opened;
+    i64 position;
+    std::string printed;
+
+    bool operator==(const attempt&) const = default;
+};
+
+// Opens a stream in that much memory, and reads and seeks in it whether that went well or not.
+template <class Open> attempt AudioStreamsTest::try_stream(i64 lent, const Open& open) {
+    buffer.lend(lent);
+    attempt result = {};
+    result.printed = output.during([&] {
+        const i32 stream = open();
+        const AudioInfo info = info_of(stream);
+        result.opened = info.channels != 0;
+        result.position = audio_get_buffer_position();
+        bytes block(static_cast<size_t>(frame_size(stream)) * 700);
+        EXPECT_EQ(audio_stream_read(stream, 700, block.data()), result.opened ? 700 : 0);
+        EXPECT_EQ(audio_stream_seek(stream, 300), result.opened ? 1 : 0);
+        EXPECT_EQ(audio_stream_read(stream, 10, block.data()), result.opened ? 10 : 0);
+        EXPECT_EQ(info_of(stream), info);
+        audio_stream_close(stream);
+    });
+    EXPECT_EQ(result.printed, result.opened ? "" : allocation_failed);
+    return result;
+}
+
+// The next size with another outcome is found by halving.
+template <class Open> void AudioStreamsTest::check_every_refusal(const Open& open) {
+    const i64 enough = try_stream(ample, open).position;
+    i64 size = 0;
+    while (size < enough) {
+        const attempt first = try_stream(size, open);
+        ASSERT_FALSE(first.opened) << size;
+        EXPECT_LE(first.position, (size + 7) / 8 * 8);
+        i64 other = enough;
+        for (i64 same = size; other - same > 1;) {
+            const i64 middle = same + (other - same) / 2;
+            (try_stream(middle, open) == first ? same : other) = middle;
+        }
+        size = other;
+        ASSERT_FALSE(HasFailure()) << size;
+    }
+    EXPECT_TRUE(try_stream(enough, open).opened);
+}
+
+TEST_F(AudioStreamsTest, EverySizeAtWhichAnAllocationFailsEndsInAFailedStreamAndOneLine) {
     const int descriptors = open_descriptors();
-    for (const std::string name : {"s16.wav", "in-ogg.flac", "s16-six.flac"}) {
-        for (i64 size = 0, opened = 0; !opened; size += size < 600 ? 8 : 4096) {
-            buffer.lend(size);
-            const std::string line = output.during(
-                [&] { opened = info_of(open_file(path_of(name), SAMPLE_FORMAT_S16)).channels; });
-            EXPECT_EQ(line, opened ? "" : allocation_failed);
-            audio_stream_close(0);
+    const std::vector<std::string> some = {"s16.wav", "in-ogg.flac", "s16-six.flac"};
+    for (const std::string& name : is_whole_sweep() ? all_sounds() : some) {
+        for (const sample_format format : stream_formats) {
+            SCOPED_TRACE(testing::Message() << name << ", format " << +format);
+            check_every_refusal([&] { return open_file(path_of(name), format); });
+            bytes content = read_file(path_of(name));
+            if (name == "in-ogg.flac") continue; // Vorbis by its first bytes
+            check_every_refusal([&] {
+                const i64 size = static_cast<i64>(content.size());
+                return audio_stream_open_from_memory(format, size, content.data());
+            });
+            ASSERT_FALSE(HasFailure());
         }
     }
     EXPECT_EQ(open_descriptors(), descriptors);

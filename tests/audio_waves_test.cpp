@@ -74,6 +74,12 @@ i32 channels_in(const std::string& name) {
     return one ? 1 : 2;
 }
 
+// A load from memory goes by the first bytes, which are others' in some of the files.
+bool is_known_by_content(const std::string& name) {
+    return name != "aiff.wav" && name != "w64.wav" && name != "s16-big.wav" &&
+           name != "in-ogg.flac";
+}
+
 class AudioWavesTest : public testing::Test {
 protected:
     template <class Load> outcome load_in(i64 lent, const Load& load) {
@@ -92,7 +98,8 @@ protected:
             return wave;
         });
     }
-    void check_every_refusal(const std::string& name, sample_format format);
+    template <class Load>
+    void check_every_refusal(const std::string& name, sample_format format, const Load& load_wave);
 
     guarded_block source{ample};
     lent_buffer buffer;
@@ -232,11 +239,10 @@ TEST_F(AudioWavesTest, NamesAndFirstBytesChooseTheDecoderAndFailuresHaveTheirRec
 
 // One allocation fails at all the sizes between two of these, and with it position and line are
 // the same; so each next one is found by halving.
-void AudioWavesTest::check_every_refusal(const std::string& name, sample_format format) {
-    const std::string path = path_of(name);
-    const auto load_with = [&](i64 lent) {
-        return load_in(lent, [&] { return load(path, format); });
-    };
+template <class Load>
+void AudioWavesTest::check_every_refusal(const std::string& name, sample_format format,
+                                         const Load& load_wave) {
+    const auto load_with = [&](i64 lent) { return load_in(lent, load_wave); };
     const outcome full = load_with(ample);
     ASSERT_NE(full.wave.data, nullptr);
     i64 size = 0;
@@ -271,10 +277,20 @@ void AudioWavesTest::check_every_refusal(const std::string& name, sample_format 
 TEST_F(AudioWavesTest, EverySizeAtWhichAnAllocationFailsEndsInAFailedWaveAndOneLine) {
     const int descriptors = open_descriptors();
     for (const std::string& name : all_sounds()) {
-        for (const sample_format format :
-             {SAMPLE_FORMAT_U8, SAMPLE_FORMAT_S16, SAMPLE_FORMAT_U32, SAMPLE_FORMAT_F32}) {
+        const std::string path = path_of(name);
+        const bytes content = read_file(path);
+        for (const sample_format format : all_formats) {
+            if (!is_whole_sweep() && (format == SAMPLE_FORMAT_U16 || format == SAMPLE_FORMAT_S8 ||
+                                      format == SAMPLE_FORMAT_S32)) {
+                continue;
+            }
             SCOPED_TRACE(testing::Message() << name << ", format " << +format);
-            check_every_refusal(name, static_cast<sample_format>(format));
+            check_every_refusal(name, format, [&] { return load(path, format); });
+            ASSERT_FALSE(HasFailure());
+            if (!is_whole_sweep() || !is_known_by_content(name)) continue;
+            const i64 size = static_cast<i64>(content.size());
+            check_every_refusal(name, format,
+                                [&] { return load_bytes(content.data(), size, format); });
             ASSERT_FALSE(HasFailure());
         }
     }

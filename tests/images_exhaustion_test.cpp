@@ -90,7 +90,7 @@ protected:
 };
 
 // One allocation fails at all the sizes between two of these, and with it position and line are
-// the same; so each next one is found by halving.
+// the same; so each next one is found by halving. The whole sweep tries all sizes.
 void ImagesExhaustionTest::check_every_refusal(const sample& s, int channels) {
     const outcome full = load_bytes(ample, s.content, channels);
     ASSERT_TRUE(full.loaded);
@@ -110,14 +110,14 @@ void ImagesExhaustionTest::check_every_refusal(const sample& s, int channels) {
             EXPECT_GE(first.position, size);
         }
         i64 same = size;
-        i64 other = enough;
+        i64 other = is_whole_sweep() ? size + 1 : enough;
         while (other - same > 1) {
             const i64 middle = same + (other - same) / 2;
             (load_bytes(middle, s.content, channels) == first ? same : other) = middle;
         }
         if (s.name != "pic") {
             EXPECT_EQ(load_file(size, s.name, channels), first);
-            EXPECT_EQ(load_file(same, s.name, channels), first);
+            EXPECT_TRUE(same == size || load_file(same, s.name, channels) == first);
         }
         size = other;
         ASSERT_FALSE(HasFailure());

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -111,10 +112,14 @@ public:
     }
 
 private:
-    FILE* stream_;
     int file_;
     int saved_;
 };
+
+// The environment asks for all that there is to try, which takes minutes.
+inline bool is_whole_sweep() {
+    return std::getenv("HALVORIN_WHOLE_SWEEP") != nullptr;
+}
 
 constexpr const char allocation_failed[] = "image memory allocation failed\n";
 constexpr const char reallocation_failed[] = "image memory reallocation failed\n";

@@ -12,6 +12,7 @@
 namespace sound_samples {
 
 using image_samples::bytes;
+using image_samples::is_whole_sweep;
 using image_samples::output_capture;
 using image_samples::read_file;
 
