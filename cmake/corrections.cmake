@@ -417,4 +417,17 @@ correct(dr_flac "partitions that don't make up a frame"
         drflac_uint8 riceParam = 0;
 ]])
 
+# A page that is damaged, and the last, leaves its own size beside what was left of the page before:
+# the next read would start gigabytes behind the page.
+correct(dr_flac "end of a FLAC in Ogg on a damaged page"
+[[static drflac_bool32 drflac_oggbs__goto_next_page(drflac_oggbs* oggbs, drflac_ogg_crc_mismatch_recovery recoveryMethod)
+{
+    drflac_ogg_page_header header;
+]]
+[[static drflac_bool32 drflac_oggbs__goto_next_page(drflac_oggbs* oggbs, drflac_ogg_crc_mismatch_recovery recoveryMethod)
+{
+    drflac_ogg_page_header header;
+    oggbs->bytesRemainingInPage = 0;
+]])
+
 write_corrected("${DR_CORRECTED_DIR}/dr_flac.h" "${dr_flac}")
