@@ -72,14 +72,14 @@ b8 file_end(file_stream* file) {
     return std::feof(stream_of(file)) != 0;
 }
 
-// The host sees 32 bits of the size; the way back takes the position whole.
+// The host sees 32 bits of the size; the way back takes the position whole. Where one can't seek
+// there is no position either.
 i64 file_size(file_stream* file) {
     FILE* const stream = stream_of(file);
     const i64 position = stream_position(stream);
-    seek_stream(stream, 0, SEEK_END);
+    if (!seek_stream(stream, 0, SEEK_END)) return -1;
     const i64 size = stream_position(stream);
-    seek_stream(stream, position, SEEK_SET);
-    return static_cast<i32>(size);
+    return seek_stream(stream, position, SEEK_SET) ? static_cast<i32>(size) : -1;
 }
 
 u64 file_write(file_stream* file, u64 size, const void* data) {

@@ -32,8 +32,9 @@ i64 stream_position(FILE* stream);
 bool is_readable_file(const path_char* path);
 
 // Copies what is in a file, with the line ends translated both ways on systems that know that.
-// True when both could be opened, or when `to` is that very file, which is left alone. The source
-// is open, and known to be a file, before the target is cut. A failure on the way ends the copy.
+// True when both could be opened, or when `to` is that very file, which is left alone; where that
+// can't be told, false. The source is open, and known to be a file, before the target is cut. A
+// failure on the way ends the copy.
 bool copy_file(const path_char* from, const path_char* to);
 
 // Removes a file or a link, never a directory.

@@ -78,10 +78,28 @@ bool copy_bytes(int source, int target) {
     }
 }
 
-// By whatever name.
-bool leads_to(const char* path, const struct stat& file) {
+// How the file that a path leads to, by whatever name, is related to another. One that isn't there
+// as yet is a different one.
+enum class file_identity : u8 {
+    same,
+    different,
+    unknown
+};
+
+file_identity compare_files(const char* path, const struct stat& file) {
     struct stat status;
-    return stat(path, &status) == 0 && status.st_dev == file.st_dev && status.st_ino == file.st_ino;
+    if (stat(path, &status) != 0) {
+        return errno == ENOENT ? file_identity::different : file_identity::unknown;
+    }
+    const bool same = status.st_dev == file.st_dev && status.st_ino == file.st_ino;
+    return same ? file_identity::same : file_identity::different;
+}
+
+int open_target(const char* path, const struct stat& source, bool* is_source) {
+    const file_identity identity = compare_files(path, source);
+    *is_source = identity == file_identity::same;
+    if (identity != file_identity::different) return -1;
+    return open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
 }
 
 // A file that can't be given to its owner loses the bits that lend the owner's rights.
@@ -173,15 +191,15 @@ bool is_readable_file(const char* path) {
 }
 
 // By descriptors: a small file is all opening and closing, and streams add a tenth to that. Cut for
-// writing, a file that is copied onto itself would be empty by the time it is read.
+// writing, a file that is copied onto itself would be empty by the time it is read: a target that
+// can't be told from the source is refused.
 bool copy_file(const char* from, const char* to) {
     const int source = open(from, O_RDONLY | O_CLOEXEC);
     if (source < 0) return false;
     struct stat opened;
+    bool onto_itself = false;
     const bool is_file = fstat(source, &opened) == 0 && !S_ISDIR(opened.st_mode);
-    const bool onto_itself = is_file && leads_to(to, opened);
-    const int target =
-        is_file && !onto_itself ? open(to, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666) : -1;
+    const int target = is_file ? open_target(to, opened, &onto_itself) : -1;
     if (target >= 0) copy_bytes(source, target);
     close(source);
     if (target >= 0) close(target);
