@@ -431,3 +431,12 @@ correct(dr_flac "end of a FLAC in Ogg on a damaged page"
 ]])
 
 write_corrected("${DR_CORRECTED_DIR}/dr_flac.h" "${dr_flac}")
+
+set(GLAD_CORRECTED_DIR "${PROJECT_BINARY_DIR}/corrected/glad")
+
+read_original(glad "${GLAD_DIR}/src/gl.c")
+
+# The heap may have had no room for an extension's name.
+correct(glad "extension without a name" [[if(strcmp(e, ext) == 0)]] [[if(e != NULL && strcmp(e, ext) == 0)]])
+
+write_corrected("${GLAD_CORRECTED_DIR}/gl.c" "${glad}")

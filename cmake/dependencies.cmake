@@ -37,8 +37,6 @@ find_header(DR_WAV_INCLUDE_DIR dr_wav.h dr_libs "^dr_wav - v0\\.(14\\.([5-9]|[1-
 find_header(DR_FLAC_INCLUDE_DIR dr_flac.h dr_libs "^dr_flac - v0\\.(13\\.([3-9]|[1-9][0-9])|1[4-9]|[2-9][0-9])"
             "dr_libs with dr_flac 0.13.3 or later")
 
-include(cmake/corrections.cmake)
-
 # The OpenGL loader is generated at configure time.
 find_program(GLAD_EXECUTABLE glad)
 if(NOT GLAD_EXECUTABLE)
@@ -55,3 +53,5 @@ if(NOT EXISTS "${GLAD_DIR}/src/gl.c")
         message(FATAL_ERROR "glad can't generate the OpenGL 3.3 loader (version 2 is needed): ${glad_errors}")
     endif()
 endif()
+
+include(cmake/corrections.cmake)

@@ -26,6 +26,8 @@ namespace {
 // The exported pointers keep their values when the objects end with the window or the library.
 constinit bool renderer_is_live = false;
 constinit bool context_is_live = false;
+constinit bool library_is_held = false;
+constinit bool function_is_missing = false;
 
 [[noreturn]] void stop(const char* title, const char* text) {
     SDL_ShowSimpleMessageBox(SDL_MESSAGEBOX_ERROR, title, text, nullptr);
@@ -44,6 +46,18 @@ SDL_Texture* texture() {
     return static_cast<SDL_Texture*>(sdl_texture);
 }
 
+// Only what the version that the driver reports has to have is looked for.
+GLADapiproc find_function(const char* name) {
+    void* const function = SDL_GL_GetProcAddress(name);
+    if (function == nullptr) function_is_missing = true;
+    return reinterpret_cast<GLADapiproc>(function);
+}
+
+bool find_functions() {
+    function_is_missing = false;
+    return gladLoadGL(find_function) != 0 && GLAD_GL_VERSION_3_3 && !function_is_missing;
+}
+
 // OpenGL's functions have to be found anew for each context. A driver that reports less than 3.3
 // leaves some of them out.
 void create_context() {
@@ -52,11 +66,8 @@ void create_context() {
     if (opengl_context == nullptr) stop_without_opengl();
     context_is_live = true;
     // SDL2 unloads OpenGL with its last window, and with EGL that ends all contexts.
-    SDL_GL_LoadLibrary(nullptr);
-    if (gladLoadGL(reinterpret_cast<GLADloadfunc>(SDL_GL_GetProcAddress)) == 0) {
-        stop_without_opengl();
-    }
-    if (!GLAD_GL_VERSION_3_3) stop_without_opengl();
+    library_is_held = SDL_GL_LoadLibrary(nullptr) == 0;
+    if (!find_functions()) stop_without_opengl();
     opengl_initialized = true;
     glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
 }
@@ -125,7 +136,7 @@ void halvorin::release_software_renderer() {
 void halvorin::release_opengl_context() {
     if (!context_is_live) return;
     SDL_GL_DeleteContext(opengl_context);
-    SDL_GL_UnloadLibrary();
+    if (library_is_held) SDL_GL_UnloadLibrary();
     context_is_live = false;
 }
 
