@@ -144,6 +144,36 @@ correct(stb_image "colours that a PNG doesn't have"
 
 write_corrected("${STB_CORRECTED_DIR}/stb_image.h" "${stb_image}")
 
+read_original(stb_image_write "${STB_WRITE_INCLUDE_DIR}/stb_image_write.h")
+
+# Where the heap has no larger block, the compressed data would go on behind the one that there is.
+# It gets the largest that it can need at the start: nine bits a byte, and a few bytes around them.
+correct(stb_image_write "block of the compressed data"
+[[   if (quality < 5) quality = 5;
+
+]]
+[[   if (quality < 5) quality = 5;
+   stbiw__sbgrow(out, data_len + data_len/8 + 16);
+   if (out == NULL) { STBIW_FREE(hash_table); return NULL; }
+
+]])
+# A place that can't be noted won't be found again: the file gets larger, no more.
+correct(stb_image_write "places of bytes that come again"
+[[      stbiw__sbpush(hash_table[h],data+i);
+]]
+[[      stbiw__sbmaybegrow(hash_table[h],1);
+      if (!stbiw__sbneedgrow(hash_table[h],1)) stbiw__sbpush(hash_table[h],data+i);
+]])
+correct(stb_image_write "compressed data that no file can be made of"
+[[   out = (unsigned char *) STBIW_MALLOC(8 + 12+13 + 12+zlen + 12);
+   if (!out) return 0;
+]]
+[[   out = (unsigned char *) STBIW_MALLOC(8 + 12+13 + 12+zlen + 12);
+   if (!out) { STBIW_FREE(zlib); return 0; }
+]])
+
+write_corrected("${STB_CORRECTED_DIR}/stb_image_write.h" "${stb_image_write}")
+
 read_original(stb_vorbis "${STB_VORBIS_INCLUDE_DIR}/stb_vorbis.c")
 
 # Sizes are products that a damaged file can drive beyond 32 bits, where they come out as smaller

@@ -103,8 +103,8 @@ HALVORIN_API void image_set_flip(b8 flip);
  *            the position back; also when the load fails.
  * @lifetime  until image_set_buffer_position goes below the pixels, or image_set_buffer.
  * @failure   null `data`: no such file (the position doesn't move), a directory, no known format,
- *            damaged content, a picture without pixels, other numbers of channels. An exhausted
- *            buffer also prints its line.
+ *            damaged content, a file that can't be read to its end, a picture without pixels, other
+ *            numbers of channels. An exhausted buffer also prints its line.
  * @heap      C library: for opening the file.
  * @waits     disk
  */
@@ -130,12 +130,13 @@ HALVORIN_API void image_load_from_memory(Image* result, i32 size, void* data, i8
  *                  `bmp`, `png`, `tga` (run-length encoded) or `jpg` (quality 100), in lower case.
  * @param channels  of the pixels, 1 to 4. Alpha is written to `png` and `tga`, and to `bmp` with 4
  *                  channels; elsewhere it is dropped. `bmp` holds grey as three equal channels.
- * @return    true when the file was written. A full disk isn't noticed.
+ * @return    true when the file was written, to its last byte.
  * @memory    text
- * @failure   false: another extension or none, a name that can't be opened for writing. Also,
- *            with no file made: null `data`, other numbers of channels, and pictures that the
- *            format can't hold (`tga` and `jpg` have sides of at most 65535; 2^31 bytes, and
- *            1342177275 for `png`, are too many).
+ * @failure   false: another extension or none, a name that can't be opened for writing; a full disk
+ *            or another failure on the way, which leaves a file cut short. Also, with no file made
+ *            and one of that name left as it is: no memory on the heap for a `png`, null `data`,
+ *            other numbers of channels, and pictures that the format can't hold (`tga` and `jpg`
+ *            have sides of at most 65535; 2^31 bytes, and 1342177275 for `png`, are too many).
  * @heap      C library, encoder: that of PNG.
  * @waits     disk
  */

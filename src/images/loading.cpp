@@ -37,12 +37,40 @@ struct source {
     i32 size;
 };
 
+// The decoder takes a file that can't be read any further for one that ends there, and goes on
+// where it stands if it can't be moved on: both would be pictures of nothing that is in the file.
+constinit bool reading_failed = false;
+
+int read_file(void* file, char* bytes, int count) {
+    auto* const stream = static_cast<FILE*>(file);
+    const size_t wanted = static_cast<size_t>(count);
+    const size_t got = std::fread(bytes, 1, wanted, stream);
+    if (got < wanted && std::ferror(stream) != 0) reading_failed = true;
+    return static_cast<int>(got);
+}
+
+// Only a read tells where a file ends.
+void skip_in_file(void* file, int count) {
+    auto* const stream = static_cast<FILE*>(file);
+    if (std::fseek(stream, count, SEEK_CUR) != 0) reading_failed = true;
+    const int next = std::fgetc(stream);
+    if (next != EOF) std::ungetc(next, stream);
+}
+
+int file_has_ended(void* file) {
+    return std::feof(static_cast<FILE*>(file)) != 0 || std::ferror(static_cast<FILE*>(file)) != 0;
+}
+
+constexpr stbi_io_callbacks file_calls = {read_file, skip_in_file, file_has_ended};
+
 Image decode(const source& from, int channels) {
     Image image = {};
     int dropped = 0; // the file's own number of channels
+    reading_failed = false;
     if (from.file != nullptr) {
-        image.data =
-            stbi_load_from_file(from.file, &image.width, &image.height, &dropped, channels);
+        image.data = stbi_load_from_callbacks(&file_calls, from.file, &image.width, &image.height,
+                                              &dropped, channels);
+        if (reading_failed) image.data = nullptr;
     } else {
         image.data = stbi_load_from_memory(from.bytes, from.size, &image.width, &image.height,
                                            &dropped, channels);

@@ -9,9 +9,45 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <string_view>
 
 namespace {
+
+// Where an encoder's bytes go. The file is made, or cut, by the first of them: an encoder that
+// runs out of memory ahead of that leaves the old one as it is.
+class image_file {
+public:
+    explicit image_file(const char* name) : path(name) {
+    }
+    image_file(const image_file&) = delete;
+    ~image_file() {
+        if (file != nullptr) std::fclose(file);
+    }
+    static void write(void* context, void* bytes, int count) {
+        static_cast<image_file*>(context)->write(bytes, static_cast<size_t>(count));
+    }
+    // Whether all of it is in the file: what waited in the buffer, too.
+    bool close() {
+        if (file == nullptr) return false;
+        const bool flushed = std::fclose(file) == 0;
+        file = nullptr;
+        return flushed && !failed;
+    }
+
+private:
+    void write(const void* bytes, size_t count) {
+        if (file == nullptr && !failed) {
+            file = std::fopen(path, "wb");
+            failed = file == nullptr;
+        }
+        if (!failed) failed = std::fwrite(bytes, 1, count, file) != count;
+    }
+
+    const char* path;
+    std::FILE* file = nullptr;
+    bool failed = false;
+};
 
 // The encoders compute sizes and offsets in 32 bits.
 bool rows_fit(i64 row_bytes, i64 rows, i64 most) {
@@ -24,32 +60,35 @@ bool sides_fit(const Image& image) {
 }
 
 // Three channels at least are written, in rows of a multiple of 4, behind up to 122 bytes.
-bool write_bmp(const char* path, const Image& image, int channels) {
+bool write_bmp(image_file& file, const Image& image, int channels) {
     const i64 row_bytes = i64{image.width} * std::max(channels, 3) + 3;
     return rows_fit(row_bytes, image.height, INT_MAX - 122) &&
-           stbi_write_bmp(path, image.width, image.height, channels, image.data) != 0;
+           stbi_write_bmp_to_func(image_file::write, &file, image.width, image.height, channels,
+                                  image.data) != 0;
 }
 
-// The compressed data can be an eighth larger than the rows, and doubles its block on the way.
-bool write_png(const char* path, const Image& image, int channels) {
+// The compressed data can be an eighth larger than the rows.
+bool write_png(image_file& file, const Image& image, int channels) {
     const i64 row_bytes = i64{image.width} * channels + 1;
     return rows_fit(row_bytes, image.height, INT_MAX / 8 * 5) &&
-           stbi_write_png(path, image.width, image.height, channels, image.data,
-                          image.width * channels) != 0;
+           stbi_write_png_to_func(image_file::write, &file, image.width, image.height, channels,
+                                  image.data, image.width * channels) != 0;
 }
 
-bool write_tga(const char* path, const Image& image, int channels) {
+bool write_tga(image_file& file, const Image& image, int channels) {
     return sides_fit(image) && rows_fit(i64{image.width} * channels, image.height, INT_MAX) &&
-           stbi_write_tga(path, image.width, image.height, channels, image.data) != 0;
+           stbi_write_tga_to_func(image_file::write, &file, image.width, image.height, channels,
+                                  image.data) != 0;
 }
 
-bool write_jpg(const char* path, const Image& image, int channels) {
+bool write_jpg(image_file& file, const Image& image, int channels) {
     constexpr int quality = 100;
     return sides_fit(image) && rows_fit(i64{image.width} * channels, image.height, INT_MAX) &&
-           stbi_write_jpg(path, image.width, image.height, channels, image.data, quality) != 0;
+           stbi_write_jpg_to_func(image_file::write, &file, image.width, image.height, channels,
+                                  image.data, quality) != 0;
 }
 
-using image_writer = bool (*)(const char* path, const Image& image, int channels);
+using image_writer = bool (*)(image_file& file, const Image& image, int channels);
 
 struct image_format {
     std::string_view extension;
@@ -81,5 +120,7 @@ b8 image_save(Image image, Slice path, i8 channels) {
     channels = halvorin::low_bits(channels);
     const image_writer write = writer_for(halvorin::extension_of(path));
     if (write == nullptr || !is_writable(image, channels)) return false;
-    return halvorin::append_character(path) && write(halvorin::c_string(path), image, channels);
+    if (!halvorin::append_character(path)) return false;
+    image_file file(halvorin::c_string(path));
+    return write(file, image, channels) && file.close();
 }
