@@ -387,6 +387,32 @@ correct(stb_vorbis "list of the decoder's blocks: what is left"
    free_other_blocks(p);
 ]])
 
+# Where the file can't be read at a place, the decoder goes on at another one. To write to a file that
+# is there to be read leaves the same mark on it that a read leaves which fails.
+correct(stb_vorbis "mark of a place that can't be gone to"
+[[   f->eof = 1;
+   fseek(f->f, f->f_start, SEEK_END);
+]]
+[[   f->eof = 1;
+   fputc(0, f->f);
+   fseek(f->f, f->f_start, SEEK_END);
+]])
+correct(stb_vorbis "mark of a place that can't be told"
+[[   return (unsigned int) (ftell(f->f) - f->f_start);
+]]
+[[   long at = ftell(f->f);
+   if (at < 0) fputc(0, f->f);
+   return (unsigned int) (at - f->f_start);
+]])
+
+correct(stb_vorbis "mark of a place that can't be gone back to"
+[[      long x = ftell(z->f);
+      fseek(z->f, x+n, SEEK_SET);
+]]
+[[      long x = ftell(z->f);
+      if (x < 0 || fseek(z->f, x+n, SEEK_SET)) fputc(0, z->f);
+]])
+
 write_corrected("${STB_CORRECTED_DIR}/stb_vorbis.c" "${stb_vorbis}")
 
 set(DR_CORRECTED_DIR "${PROJECT_BINARY_DIR}/corrected/dr_libs")

@@ -106,9 +106,9 @@ HALVORIN_API void audio_stream_read_info(AudioInfo* result, i32 stream);
  *              exactly so much has to follow. 0 leaves the length open until the close, for places
  *              where one can seek.
  * @memory    text, audio buffer
- * @failure   not told: the stream is failed. That is for a name that can't be opened for writing,
- * no room in the audio buffer (with its line, and with no file made), `channels` below 1 or above
- * 65535.
+ * @failure   not told: the stream is failed. That is for a name that can't be opened for writing, a
+ *            full disk, no room in the audio buffer (with its line, and with no file made),
+ *            `channels` below 1 or above 65535.
  * @heap      C library
  * @waits     disk
  */
@@ -121,8 +121,9 @@ HALVORIN_API void audio_stream_write_info(i32 stream, AudioInfo info);
  * @param destination  has room for `frames` frames. What lies behind the frames that were read
  *                     means nothing afterwards.
  * @return    frames read. Less than asked for is the end of the sound.
- * @failure   0. For a stream whose format is no SAMPLE_FORMAT_ number the line "invalid audio
- *            format" also goes to standard output.
+ * @failure   0: also for a file that can't be read any further, until a seek has gone well. For a
+ *            stream whose format is no SAMPLE_FORMAT_ number the line "invalid audio format" also
+ *            goes to standard output.
  * @waits     disk
  */
 HALVORIN_API i64 audio_stream_read(i32 stream, u64 frames, void* destination);
@@ -132,8 +133,9 @@ HALVORIN_API i64 audio_stream_read(i32 stream, u64 frames, void* destination);
  *
  * @param frames  to write.
  * @param data    the samples, in the stream's format.
- * @return    frames written.
- * @failure   fewer than `frames`: 0 where the file's samples are wider than the stream's.
+ * @return    frames written: they are in the file.
+ * @failure   fewer than `frames`, on a full disk as a rule; no more are written behind it. 0 where
+ *            the file's samples are wider than the stream's.
  * @waits     disk
  */
 HALVORIN_API u64 audio_stream_write(i32 stream, u64 frames, void* data);
@@ -144,7 +146,7 @@ HALVORIN_API u64 audio_stream_write(i32 stream, u64 frames, void* data);
  * @param frame  counted from the start of the sound. Behind its end WAV and FLAC go to the end; Ogg
  *               Vorbis fails.
  * @return    not 0 when done.
- * @failure   0
+ * @failure   0: also when the file can't be read there.
  * @waits     disk
  */
 HALVORIN_API i32 audio_stream_seek(i32 stream, u64 frame);

@@ -73,10 +73,11 @@ HALVORIN_API i64 audio_get_buffer_position(void);
  *            own, until the host moves the position back; also when the load fails.
  * @lifetime  until audio_set_buffer_position goes below the samples, or audio_set_buffer.
  * @failure   null `data`: another extension or none, no such file (the position doesn't move), a
- *            file that isn't what its extension says, no room. A file cut short gives the frames
- *            that it holds; but Ogg Vorbis in 32 bits has as many frames as the file says, silent
- *            behind those that it holds, and fails where it doesn't say. All fields are 0 after a
- *            failure with Ogg Vorbis or without a decoder; else `format` is the one asked for.
+ *            file that isn't what its extension says or that can't be read, no room. A file cut
+ *            short gives the frames that it holds; but Ogg Vorbis in 32 bits has as many frames as
+ *            the file says, silent behind those that it holds, and fails where it doesn't say. All
+ *            fields are 0 after a failure with Ogg Vorbis or without a decoder; else `format` is the
+ *            one asked for.
  * @heap      C library, Vorbis decoder
  * @waits     disk
  */
@@ -105,11 +106,12 @@ HALVORIN_API void audio_wave_load_from_memory(Wave* result, sample_format format
  *
  * @param wave  as a load gives it, or the host's own.
  * @param path  UTF-8, at most 16383 bytes. The extension doesn't matter.
- * @return    true when at least one frame was written. A full disk isn't noticed as a rule.
+ * @return    true when at least one frame was written: on a disk that fills up on the way, the
+ *            frames that found room.
  * @memory    text
- * @failure   false: a name that can't be opened for writing; no frames, with a file that has no
- *            samples. Also, with nothing touched: `channels` below 1 or above 65535, a negative
- *            `size`, samples without `data`.
+ * @failure   false: a name that can't be opened for writing; a full disk; no frames, with a file
+ *            that has no samples. Also, with nothing touched: `channels` below 1 or above 65535, a
+ *            negative `size`, samples without `data`.
  * @heap      C library
  * @waits     disk
  */

@@ -3,6 +3,8 @@
 
 #include "api/audio_waves.h"
 
+#include <cstdio>
+
 // What waves and streams ask of a decoder. There is one for each kind of file.
 namespace halvorin {
 
@@ -33,7 +35,17 @@ struct sound_decoder {
     u64 (*read)(void* decoder, sample_format output, u64 frames, void* destination);
     bool (*seek)(void* decoder, u64 frame);
     void (*close)(void* decoder);
+
+    // What it reads from, or null for bytes.
+    std::FILE* (*file)(const void* decoder);
 };
+
+// A file that breaks off is all there is of a sound. One that can't be read any further isn't, but
+// the decoders don't tell the two apart, and go on behind the gap if they can.
+inline bool reading_has_failed(const sound_decoder& decoder, const void* opened) {
+    std::FILE* const file = decoder.file(opened);
+    return file != nullptr && std::ferror(file) != 0;
+}
 
 // The decoder's output that is at least as wide as the format and needs no change of width where
 // the format has more than 8 bits.

@@ -11,6 +11,8 @@
 #include <dr_flac.h>
 #include <dr_wav.h>
 
+#include <stdio.h>
+
 typedef struct wav_calls {
     __typeof__(drwav_open_and_read_pcm_frames_s16)* load_s16;
     __typeof__(drwav_open_and_read_pcm_frames_s32)* load_s32;
@@ -28,9 +30,13 @@ typedef struct flac_calls {
     __typeof__(drflac_read_pcm_frames_f32)* read_f32;
     __typeof__(drflac_seek_to_pcm_frame)* seek;
     __typeof__(drflac_close)* close;
+    FILE* (*file)(const drflac* decoder); /* that it reads from; null for bytes */
 } flac_calls;
 
 HALVORIN_EXTERN const wav_calls wav_calls_any;
 HALVORIN_EXTERN const wav_calls wav_calls_avx2;
 HALVORIN_EXTERN const flac_calls flac_calls_any;
 HALVORIN_EXTERN const flac_calls flac_calls_avx2;
+
+/* The same of an stb_vorbis. */
+HALVORIN_EXTERN FILE* vorbis_file(const void* decoder);

@@ -76,6 +76,7 @@ Wave load(const sound_source& source, sample_format output) {
     const sound_shape known = shape(flac);
     Wave wave = {output, known.channels, known.sample_rate, 0, nullptr};
     known.frames > 0 ? read_announced(flac, &wave) : read_growing(flac, &wave);
+    if (reading_has_failed(flac_decoder, flac)) wave = {};
     close(flac);
     return wave;
 }
@@ -100,6 +101,10 @@ bool seek(void* decoder, u64 frame) {
     return false;
 }
 
+std::FILE* file(const void* decoder) {
+    return best_calls().file(static_cast<const drflac*>(decoder));
+}
+
 } // namespace
 
 constexpr sound_decoder flac_decoder = {
@@ -110,6 +115,7 @@ constexpr sound_decoder flac_decoder = {
     .read = read,
     .seek = seek,
     .close = close,
+    .file = file,
 };
 
 } // namespace halvorin

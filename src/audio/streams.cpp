@@ -97,6 +97,18 @@ AudioInfo info_of(const AudioStream& stream) {
     return info;
 }
 
+// For streams that read.
+bool has_failed(const AudioStream& stream) {
+    return halvorin::reading_has_failed(decoder_of(stream), stream.decoder);
+}
+
+// The length comes last of what the first question reads.
+void give_up(AudioStream& stream) {
+    decoder_of(stream).close(stream.decoder);
+    stream.decoder = nullptr;
+    stream.info = info_of(stream);
+}
+
 // The memory is taken first: without room for it no file is cut.
 void* create_writer(const AudioStream& stream) {
     Slice path = stream.source;
@@ -156,6 +168,7 @@ void audio_stream_read_info(AudioInfo* result, i32 stream) {
     if (!s->info_known) {
         s->decoder = open_decoder(*s);
         s->info = info_of(*s);
+        if (s->decoder != nullptr && has_failed(*s)) give_up(*s);
         s->info_known = true;
     }
     *result = s->info;
@@ -180,7 +193,9 @@ i64 audio_stream_read(i32 stream, u64 frames, void* destination) {
     const sample_format output = halvorin::output_for(decoder_of(*s), s->format);
     Wave block;
     if (s->decoder == nullptr || !block_of(&block, *s, output, frames, destination)) return 0;
+    if (has_failed(*s)) return 0;
     const u64 count = decoder_of(*s).read(s->decoder, output, frames, destination);
+    if (has_failed(*s)) return 0;
     if (output != s->format) audio_wave_convert(&block, s->format);
     return static_cast<i64>(count);
 }
@@ -199,7 +214,9 @@ u64 audio_stream_write(i32 stream, u64 frames, void* data) {
 i32 audio_stream_seek(i32 stream, u64 frame) {
     const AudioStream* const s = open_stream(stream, false);
     if (s == nullptr || s->decoder == nullptr) return 0;
-    return decoder_of(*s).seek(s->decoder, frame);
+    std::FILE* const file = decoder_of(*s).file(s->decoder);
+    if (file != nullptr) std::clearerr(file);
+    return decoder_of(*s).seek(s->decoder, frame) && !has_failed(*s);
 }
 
 void audio_stream_close(i32 stream) {

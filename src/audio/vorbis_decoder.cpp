@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Zlib
 #include "audio/vorbis_decoder.h"
 
+#include "audio/decoder_builds.h"
 #include "audio/formats.h"
 #include "audio/memory.h"
 
@@ -102,6 +103,7 @@ Wave load(const sound_source& source, sample_format output) {
     const stb_vorbis_info info = stb_vorbis_get_info(vorbis);
     Wave wave = {output, info.channels, static_cast<i32>(info.sample_rate), 0, nullptr};
     output == SAMPLE_FORMAT_S16 ? read_shorts(vorbis, &wave) : read_floats(vorbis, &wave);
+    if (reading_has_failed(vorbis_decoder, vorbis)) wave = {};
     close(vorbis);
     return wave;
 }
@@ -120,6 +122,7 @@ constexpr sound_decoder vorbis_decoder = {
     .read = read,
     .seek = seek,
     .close = close,
+    .file = vorbis_file,
 };
 
 } // namespace halvorin

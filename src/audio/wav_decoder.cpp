@@ -109,7 +109,8 @@ Wave load(const sound_source& source, sample_format output) {
     unsigned channels = 0;
     unsigned rate = 0;
     drwav_uint64 frames = 0;
-    void* const samples = read_all(output, &opened, &channels, &rate, &frames);
+    void* samples = read_all(output, &opened, &channels, &rate, &frames);
+    if (opened.file != nullptr && std::ferror(opened.file) != 0) samples = nullptr;
     close_source(opened);
     const u64 size = frames * channels * static_cast<u64>(bytes_a_sample(output));
     return {output, static_cast<i32>(channels), static_cast<i32>(rate), static_cast<i64>(size),
@@ -159,12 +160,33 @@ bool seek(void* decoder, u64 frame) {
     return drwav_seek_to_pcm_frame(static_cast<drwav*>(decoder), frame) != DRWAV_FALSE;
 }
 
-// One that writes has a file of its own, and no reader around it.
+// What has failed once isn't gone on with: the samples behind a gap would be out of their places.
+size_t write_file(void* user, const void* bytes, size_t size) {
+    auto* const file = static_cast<std::FILE*>(user);
+    return std::ferror(file) == 0 ? std::fwrite(bytes, 1, size, file) : 0;
+}
+
+// The way back to the lengths in the header, at the end. On a full disk they have their places.
+drwav_bool32 seek_written(void* user, int offset, drwav_seek_origin) {
+    auto* const file = static_cast<std::FILE*>(user);
+    std::clearerr(file);
+    return seek_stream(file, offset, SEEK_SET) ? DRWAV_TRUE : DRWAV_FALSE;
+}
+
+// One that writes has no reader around it.
 void close(void* decoder) {
     auto* const wav = static_cast<drwav*>(decoder);
+    if (wav->onWrite == write_file) {
+        finish_wav(wav);
+        return;
+    }
     const bool reads = wav->onWrite == nullptr;
     drwav_uninit(wav);
     if (reads) close_source(static_cast<wav_reader*>(decoder)->source);
+}
+
+std::FILE* file(const void* decoder) {
+    return static_cast<const wav_reader*>(decoder)->source.file;
 }
 
 constexpr i64 most_in_riff = 0xFFFFFFFF;
@@ -182,12 +204,17 @@ constexpr sound_decoder wav_decoder = {
     .read = read,
     .seek = seek,
     .close = close,
+    .file = file,
 };
 
 bool create_wav(drwav* wav, const char* path, const AudioInfo& content, bool announced) {
     if (!is_channel_count(content.channels)) return false;
     const i32 width = bytes_a_sample(content.format);
     const bool is_riff = content.size <= most_in_riff;
+    // Nothing waits in a buffer: the frames that count as written are in the file.
+    std::FILE* const file = std::fopen(path, "wb");
+    if (file == nullptr) return false;
+    const bool is_direct = std::setvbuf(file, nullptr, _IONBF, 0) == 0;
     const drwav_data_format format = {
         .container = is_riff ? drwav_container_riff : drwav_container_w64,
         .format = DR_WAVE_FORMAT_PCM,
@@ -195,11 +222,21 @@ bool create_wav(drwav* wav, const char* path, const AudioInfo& content, bool ann
         .sampleRate = static_cast<u32>(content.sample_rate),
         .bitsPerSample = static_cast<u32>(width) * 8,
     };
-    if (!announced || (is_riff && content.size > most_announced)) {
-        return drwav_init_file_write(wav, path, &format, nullptr) != DRWAV_FALSE;
-    }
     const auto samples = static_cast<u64>(content.size / width);
-    return drwav_init_file_write_sequential(wav, path, &format, samples, nullptr) != DRWAV_FALSE;
+    const bool is_open = !announced || (is_riff && content.size > most_announced);
+    const drwav_bool32 begun =
+        is_open ? drwav_init_write(wav, &format, write_file, seek_written, file, nullptr)
+                : drwav_init_write_sequential(wav, &format, samples, write_file, file, nullptr);
+    if (is_direct && begun != DRWAV_FALSE && std::ferror(file) == 0) return true;
+    std::fclose(file);
+    return false;
+}
+
+bool finish_wav(drwav* wav) {
+    auto* const file = static_cast<std::FILE*>(wav->pUserData);
+    drwav_uninit(wav);
+    const bool written = std::ferror(file) == 0;
+    return std::fclose(file) == 0 && written;
 }
 
 } // namespace halvorin

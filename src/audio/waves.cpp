@@ -75,6 +75,6 @@ b8 audio_wave_save(Wave wave, Slice path) {
         return false;
     }
     const u64 written = drwav_write_pcm_frames(&file, frames, wave.data);
-    drwav_uninit(&file);
-    return written != 0;
+    const bool finished = halvorin::finish_wav(&file);
+    return written != 0 && (finished || written < frames);
 }

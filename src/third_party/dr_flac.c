@@ -17,6 +17,16 @@
 #define DR_FLAC_IMPLEMENTATION
 #include <dr_flac.h>
 
+static FILE* file_of(const drflac* decoder) {
+    drflac_read_proc read = decoder->bs.onRead;
+    void* user = decoder->bs.pUserData;
+    if (decoder->container == drflac_container_ogg) {
+        read = ((const drflac_oggbs*)decoder->_oggbs)->onRead;
+        user = ((const drflac_oggbs*)decoder->_oggbs)->pUserData;
+    }
+    return read == drflac__on_read_stdio ? (FILE*)user : NULL;
+}
+
 const flac_calls FLAC_CALLS = {
     drflac_open_file,
     drflac_open_memory,
@@ -25,4 +35,5 @@ const flac_calls FLAC_CALLS = {
     drflac_read_pcm_frames_f32,
     drflac_seek_to_pcm_frame,
     drflac_close,
+    file_of,
 };
