@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Zlib
 // Decodes the images of a folder (its one argument) on four threads and prints the Adler-32 sum of
-// each one's pixels. The window goes on and shows the latest; without a display it ends after all.
-// The library has no locks inside: scratch memory and image buffer belong to one thread at a time.
-// A lock of ours is around the calls that use them; the work on copies goes on side by side.
+// each one's pixels. The window shows the latest; without a display it ends after all. There are no
+// locks in the library: ours is around calls that use its scratch memory or the image buffer.
 #include <halvorin_system/system.h>
 
 #include <cstdio>
@@ -81,6 +80,7 @@ static i32 work(void*) {
 int main(int count, char** words) {
     const bool shows = std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY");
     if (!shows) setenv("SDL_VIDEODRIVER", "offscreen", 0);
+    if (!library || !queues || !shown_changed || !to_do) return 1;
     system_init(SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS);
     if (count != 2 || !display_open(640, 480, {nullptr, 0}, DISPLAY_SOFTWARE, 0)) return 1;
     static u64 image_memory[8 << 20];

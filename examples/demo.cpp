@@ -83,7 +83,9 @@ f32_bits bits(double number) {
 std::string read_text(const std::string& path) {
     file_stream* file = file_open(text(path), FILE_MODE_READ);
     if (file_failed(file)) fail("can't read " + path);
-    std::string result(static_cast<size_t>(file_size(file)), '\0');
+    const i64 size = file_size(file);
+    if (size < 0) fail("can't read " + path);
+    std::string result(static_cast<size_t>(size), '\0');
     result.resize(file_read(file, result.size(), result.data()));
     file_close(file);
     return result;

@@ -187,7 +187,10 @@ def read_text(path):
     file = system.file_open(text(path), FILE_MODE_READ)
     if not file:
         raise Fault("can't read " + path)
-    room = create_string_buffer(system.file_size(file))
+    size = system.file_size(file)
+    if size < 0:
+        raise Fault("can't read " + path)
+    room = create_string_buffer(size)
     count = system.file_read(file, len(room), room)
     system.file_close(file)
     return room.raw[:count].decode()

@@ -228,6 +228,7 @@ static u32 make_shader(const char* assets, const char* name) {
     Slice source;
     if (lib.file_failed(file)) fail("can't read %s", path);
     source.count = lib.file_size(file);
+    if (source.count < 0) fail("can't read %s", path);
     source.data = allocate((size_t)source.count + 1);
     source.count = (i64)lib.file_read(file, (u64)source.count, source.data);
     lib.file_close(file);
