@@ -5,16 +5,13 @@
 #include "api/frame.h"
 #include "api/graphics.h"
 
+#include "support/declarations.h"
 #include "support/graphics_cases.h"
 #include "support/recording_gl.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <regex>
 #include <set>
 
 using namespace graphics_cases;
@@ -210,17 +207,7 @@ TEST_F(GraphicsCallsTest, EveryGraphicsFunctionIsCalled) {
     add(pipeline_cases);
     add(truth_cases);
 
-    std::set<std::string> declared;
-    for (const auto& entry : std::filesystem::directory_iterator(SOURCE_DIR "/src/api")) {
-        if (entry.path().filename().string().rfind("graphics", 0) != 0) continue;
-        std::ifstream file(entry.path());
-        const std::string header(std::istreambuf_iterator<char>(file), {});
-        const std::regex declaration("\nHALVORIN_API[^;(]*[ *]([a-z0-9_]+)\\(");
-        for (std::sregex_iterator i(header.begin(), header.end(), declaration), end; i != end;
-             ++i) {
-            declared.insert((*i)[1]);
-        }
-    }
+    const std::set<std::string> declared = declared_functions("graphics");
     EXPECT_GE(declared.size(), 164u);
     EXPECT_EQ(called, declared);
 }

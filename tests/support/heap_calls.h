@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Zlib
 #pragma once
 
+#include <atomic>
+#include <cerrno>
 #include <cstddef>
 
 // Counts the calls to the heap, the library's too: its calls find the functions of the program
@@ -19,8 +21,19 @@
 
 namespace heap_calls {
 
-inline int count = 0;
-inline int blocks_in_use = 0; // that were taken since the start, less those given back
+inline constinit thread_local int count = 0; // of this thread; giving back no block isn't a call
+inline constinit std::atomic<int> blocks_in_use =
+    0; // that were taken since the start, less those given back
+
+// Who looks at each call of this thread, besides: it gets the address that the call returns to.
+using looking = void (*)(const void* caller);
+inline constinit thread_local looking observer = nullptr;
+
+inline void note(int blocks, const void* caller) {
+    ++count;
+    blocks_in_use += blocks;
+    if (observer != nullptr) observer(caller);
+}
 
 template <class Call> int during(const Call& call) {
     const int before = count;
@@ -35,26 +48,32 @@ extern "C" {
 void* __libc_malloc(size_t size);
 void* __libc_calloc(size_t count, size_t size);
 void* __libc_realloc(void* block, size_t size);
+void* __libc_memalign(size_t alignment, size_t size);
 void __libc_free(void* block);
 
 void* malloc(size_t size) noexcept {
-    ++heap_calls::count;
-    ++heap_calls::blocks_in_use;
+    heap_calls::note(1, __builtin_return_address(0));
     return __libc_malloc(size);
 }
 void* calloc(size_t count, size_t size) noexcept {
-    ++heap_calls::count;
-    ++heap_calls::blocks_in_use;
+    heap_calls::note(1, __builtin_return_address(0));
     return __libc_calloc(count, size);
 }
 void* realloc(void* block, size_t size) noexcept {
-    ++heap_calls::count;
-    heap_calls::blocks_in_use += block == nullptr;
+    heap_calls::note(block == nullptr, __builtin_return_address(0));
     return __libc_realloc(block, size);
 }
+void* aligned_alloc(size_t alignment, size_t size) noexcept {
+    heap_calls::note(1, __builtin_return_address(0));
+    return __libc_memalign(alignment, size);
+}
+int posix_memalign(void** block, size_t alignment, size_t size) noexcept {
+    heap_calls::note(1, __builtin_return_address(0));
+    *block = __libc_memalign(alignment, size);
+    return *block != nullptr ? 0 : ENOMEM;
+}
 void free(void* block) noexcept {
-    heap_calls::count += block != nullptr;
-    heap_calls::blocks_in_use -= block != nullptr;
+    if (block != nullptr) heap_calls::note(-1, __builtin_return_address(0));
     __libc_free(block);
 }
 }
