@@ -389,6 +389,9 @@ void run(const Options& options) {
         const bool wanted = handle_input(demo);
         draw_frame(demo, options.frames ? frame : static_cast<i64>(system_ticks()) * 60 / 1000);
         if (wanted || frame + 1 == options.frames) save_frame(demo, options.output);
+        // Off screen no one waits for a picture: OpenGL would queue frames, and keep what they
+        // take.
+        if (options.frames) pipeline_finish();
         present(demo);
     }
     if (options.frames && !demo.closed && audio_player_id)

@@ -78,7 +78,7 @@ CALLS = """
     void pipeline_clear(u32)   void pipeline_clear_color(u32, u32, u32, u32)
     void pipeline_viewport(i32, i32, i32, i32)   void pipeline_depth_enable(b8)   void pipeline_cull_enable(b8)
     void pipeline_cull_orientation(b8)   void pipeline_blend_enable(b8)   void pipeline_blend_factor(u32, u32)
-    void pipeline_pixel_store(u32, i32)   void pipeline_present()   u32 pipeline_get_error()
+    void pipeline_pixel_store(u32, i32)   void pipeline_present()   void pipeline_finish()   u32 pipeline_get_error()
     void image_set_buffer(i64, pointer)   void image_set_buffer_position(i64)   i64 image_get_buffer_position()
     void image_set_flip(b8)   void image_load(pointer, Slice, i8)   b8 image_save(Image, Slice, i8)
     void audio_set_buffer(i64, pointer)   void audio_wave_load(pointer, u8, Slice)
@@ -489,6 +489,9 @@ def run(arguments):
             frame += 1
             if wanted or frame == arguments.frames:
                 save_frame(demo, arguments.output)
+            # Off screen no one waits for a picture: OpenGL would queue frames, and keep what they take.
+            if arguments.frames:
+                system.pipeline_finish()
             present(demo)
         if arguments.frames and not demo.closed and demo.sound.is_open:
             demo.sound.save(os.path.splitext(arguments.output)[0] + ".wav")

@@ -85,6 +85,7 @@
     CALL(void, pipeline_blend_factor, (u32, u32))                                                  \
     CALL(void, pipeline_pixel_store, (u32, i32))                                                   \
     CALL(void, pipeline_present, (void))                                                           \
+    CALL(void, pipeline_finish, (void))                                                            \
     CALL(u32, pipeline_get_error, (void))                                                          \
     CALL(void, image_set_buffer, (i64, void*))                                                     \
     CALL(void, image_set_buffer_position, (i64))                                                   \
@@ -541,6 +542,9 @@ static void run(const Options* options) {
         int wanted = handle_input(&demo);
         draw_frame(&demo, options->frames ? frame : (i64)lib.system_ticks() * 60 / 1000);
         if (wanted || frame + 1 == options->frames) save_frame(&demo, options->output);
+        /* Off screen no one waits for a picture: OpenGL would queue frames, and keep what they
+         * take. */
+        if (options->frames) lib.pipeline_finish();
         present(&demo);
     }
     if (options->frames && !demo.closed && *lib.player_id) save_sound(&demo.sound, options->output);

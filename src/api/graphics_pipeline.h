@@ -103,6 +103,10 @@ HALVORIN_API void pipeline_multisample_enable(b8 enable);
  * Ends a frame: shows what has been drawn, at the next vertical sync where that is on. Not for
  * software graphics, whose frames are shown by display_set_content.
  *
+ * Where there is no screen (SDL2's offscreen driver) nothing waits for the frame, nor even begins
+ * with it: drawing is queued, and what the queue takes grows. A host that draws there for long calls
+ * pipeline_finish in each frame.
+ *
  * @failure  not told
  * @heap     SDL2, OpenGL
  * @waits    vertical sync
