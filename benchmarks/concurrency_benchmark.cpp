@@ -5,9 +5,9 @@
 // takes.
 //
 // An export is one jump more than SDL2's function, which is itself a jump into SDL2: a quarter to
-// half a nanosecond. Where the result becomes a truth value it is a call and a return more, about
-// one. So the goal is out of reach where a call takes three nanoseconds, as atomic variables do; a
-// mutex or a semaphore comes near it.
+// half a nanosecond. atomic_dec_ref compares the result, which takes a call and a return more,
+// about one. So the goal is out of reach where a call takes three nanoseconds, as atomic variables
+// do; a mutex or a semaphore comes near it.
 #include <halvorin_system/concurrency.h>
 
 #include "in_turn.h"
@@ -38,7 +38,7 @@ void compare(benchmark::State& state, const Ours& ours, const Bare& bare,
     const auto medians = medians_in_turn(state, repeated(ours), repeated(bare),
                                          repeated(ours_loaded), repeated(bare_loaded));
     state.counters["ns"] = medians[0] / repeats * 1e9;
-    state.counters["ns_bare"] = medians[1] / repeats * 1e9;
+    state.counters["bare_ns"] = medians[1] / repeats * 1e9;
     show(state, "linked", medians[0] / medians[1], 1.05);
     show(state, "loaded", medians[2] / medians[3], 1.05);
 }

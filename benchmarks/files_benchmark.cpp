@@ -86,7 +86,7 @@ void to_wide(benchmark::State& state) {
     };
     const auto [our_time, iconv_time, bare_time] = medians_in_turn(state, ours, by_iconv, bare);
     iconv_close(descriptor);
-    state.SetLabel(kind.name);
+    state.SetLabel(kind.name + (", " + std::to_string(state.range(1)) + " bytes"));
     state.counters["ns"] = our_time / repeats * 1e9;
     show(state, "iconv", our_time / iconv_time, kind.goal);
     if (state.range(0) == 0) show(state, "bare_copy", our_time / bare_time, 2.2);

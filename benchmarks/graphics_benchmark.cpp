@@ -189,7 +189,7 @@ void scan_shader(benchmark::State& state) {
     };
     const auto [our_time, search_time, loop_time] = medians_in_turn(state, whole, search, loop);
     if (!result.success) state.SkipWithError("the shader wasn't made");
-    state.SetLabel(dense ? "dense" : "plain");
+    state.SetLabel(std::string(large ? "1 MiB" : "4 KiB") + (dense ? ", dense" : ""));
     state.counters["ns"] = our_time / repeats * 1e9;
     show(state, "memchr", our_time / search_time, large ? (dense ? 3.0 : 1.6) : (dense ? 12 : 8));
     show(state, "byte_loop", our_time / loop_time,

@@ -125,7 +125,7 @@ void selector_wait(benchmark::State& state) {
     if (counts[0] != ready_count || counts[1] != ready_count || counts[2] != ready_count) {
         state.SkipWithError("the counts differ");
     }
-    state.counters["us"] = our_time / repeats * 1e6;
+    state.counters["ns"] = our_time / repeats * 1e9;
     show(state, "poll", our_time / poll_time, 1.10);
     if (can_select) show(state, "select", our_time / select_time, 1.00);
 }
@@ -170,7 +170,7 @@ void tcp_round_trip(benchmark::State& state) {
     for (const network_socket socket : {listener, client, server}) {
         network_socket_destroy(socket);
     }
-    state.counters["us"] = our_time / repeats * 1e6;
+    state.counters["ns"] = our_time / repeats * 1e9;
     show(state, "bare_calls", our_time / bare_time, 1.03);
 }
 BENCHMARK(tcp_round_trip)->Iterations(1001)->UseManualTime()->Unit(benchmark::kMicrosecond);
@@ -211,7 +211,7 @@ void udp_round_trip(benchmark::State& state) {
     }
     network_socket_destroy(client);
     network_socket_destroy(server);
-    state.counters["us"] = our_time / repeats * 1e6;
+    state.counters["ns"] = our_time / repeats * 1e9;
     show(state, "bare_calls", our_time / bare_time, 1.05);
 }
 BENCHMARK(udp_round_trip)->Iterations(1001)->UseManualTime()->Unit(benchmark::kMicrosecond);
