@@ -203,6 +203,23 @@ TEST(AudioConversionTest, FloatsAtTheEdgesAloneAndTogether) {
     }
 }
 
+// The ends and what lies just within them, each by itself in a block: it decides which way its
+// neighbours take.
+TEST(AudioConversionTest, SamplesOf32BitsAtTheEndsAloneToFloats) {
+    for (const u8 from : {SAMPLE_FORMAT_S32, SAMPLE_FORMAT_U32}) {
+        for (const u32 end : {0x7FFFFFFFU, 0x7FFFFFBFU, 0x7FFFFF00U, 0x7FFFFEFFU, 0x80000000U,
+                              0x80000041U, 0x80007FFFU, 0x80008000U, 0x80008041U}) {
+            SCOPED_TRACE(end);
+            byte_block block;
+            for (u32 i = 0; i < 64; ++i) {
+                const u32 sample = i == 7 ? end : i * 0x01234567;
+                append_bytes(block, sample ^ (from == SAMPLE_FORMAT_U32 ? 0x80000000U : 0), 4);
+            }
+            check_conversion(block, from, SAMPLE_FORMAT_F32);
+        }
+    }
+}
+
 // What the model has to say, too.
 TEST(AudioConversionTest, KnownSamples) {
     const struct {

@@ -76,8 +76,8 @@ HALVORIN_API i64 audio_get_buffer_position(void);
  *            file that isn't what its extension says or that can't be read, no room. A file cut
  *            short gives the frames that it holds; but Ogg Vorbis in 32 bits has as many frames as
  *            the file says, silent behind those that it holds, and fails where it doesn't say. All
- *            fields are 0 after a failure with Ogg Vorbis or without a decoder; else `format` is the
- *            one asked for.
+ *            fields are 0 after a failure with Ogg Vorbis or without a decoder; else `format` is
+ * the one asked for.
  * @heap      C library, Vorbis decoder
  * @waits     disk
  */

@@ -104,8 +104,8 @@ HALVORIN_API void pipeline_multisample_enable(b8 enable);
  * software graphics, whose frames are shown by display_set_content.
  *
  * Where there is no screen (SDL2's offscreen driver) nothing waits for the frame, nor even begins
- * with it: drawing is queued, and what the queue takes grows. A host that draws there for long calls
- * pipeline_finish in each frame.
+ * with it: drawing is queued, and what the queue takes grows. A host that draws there for long
+ * calls pipeline_finish in each frame.
  *
  * @failure  not told
  * @heap     SDL2, OpenGL

@@ -34,10 +34,9 @@ struct avx2 {
     }
     // The lowest byte of each 32 bits, one byte higher, and no other.
     static ints low_byte_to_second(ints value) {
-        return _mm256_shuffle_epi8(value, _mm256_set_epi32(static_cast<i32>(0x80800C80U),
-                                                           0x80800880U, 0x80800480U, 0x80800080U,
-                                                           static_cast<i32>(0x80800C80U),
-                                                           0x80800880U, 0x80800480U, 0x80800080U));
+        const __m128i places =
+            _mm_setr_epi8(-1, 0, -1, -1, -1, 4, -1, -1, -1, 8, -1, -1, -1, 12, -1, -1);
+        return _mm256_shuffle_epi8(value, _mm256_broadcastsi128_si256(places));
     }
     static ints add_32(ints a, ints b) {
         return _mm256_add_epi32(a, b);
