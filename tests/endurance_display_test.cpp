@@ -3,6 +3,7 @@
 // driver keep for themselves is measured beside it, by the same work done with them alone.
 
 #include "api/system.h"
+#include "support/common.h"
 #include "support/endurance.h"
 
 #include <SDL.h>
@@ -20,10 +21,6 @@ namespace {
 constexpr u32 one = 0x3F800000;
 constexpr int side = 64;
 u32 image[side * side];
-
-Slice slice(const char* text) {
-    return {const_cast<char*>(text), static_cast<i64>(std::strlen(text))};
-}
 
 void expect_as_flat(const char* name, length length, const work& job, const work& bare) {
     const endurance::outcome ours = endurance::outcome_of(job, length.rounds());

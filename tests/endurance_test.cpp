@@ -2,6 +2,7 @@
 // A host that runs for days: all but the window. Nothing that a round has taken may stay.
 
 #include "api/system.h"
+#include "support/common.h"
 #include "support/endurance.h"
 #include "support/sockets.h"
 
@@ -21,10 +22,6 @@ void expect_flat(const char* name, length length, void (*prepare)(), void (*roun
     const endurance::outcome o = endurance::outcome_of({prepare, round}, length.rounds());
     endurance::print(name, o.rounds, o.seconds, o.before, o.after);
     EXPECT_TRUE(endurance::is_flat(o.before, o.after, {}));
-}
-
-Slice slice(const std::string& text) {
-    return {const_cast<char*>(text.data()), static_cast<i64>(text.size())};
 }
 
 // Sample files of some kinds, by path and with their bytes.
@@ -202,7 +199,7 @@ TEST_F(Endurance, LibrariesClocksAndTexts) {
 
 TEST_F(Endurance, ThreadsAndLocks) {
     expect_flat(
-        "threads and locks", {100000, 2000}, [] { system_init(SYSTEM_INIT_TIMER); },
+        "threads and locks", {100000, 1000}, [] { system_init(SYSTEM_INIT_TIMER); },
         [](i64 number) {
             mutex_handle* const mutex = mutex_create();
             cond_handle* const cond = cond_create();
@@ -229,7 +226,7 @@ TEST_F(Endurance, ThreadsAndLocks) {
 
 TEST_F(Endurance, ThreadsThatAreLeftToThemselves) {
     expect_flat(
-        "threads detached", {100000, 2000}, [] {},
+        "threads detached", {20000, 500}, [] {},
         [](i64) {
             static semaphore_handle* const done = semaphore_create(0);
             thread_detach(thread_create([](void*) { return semaphore_post(done); }, nullptr));
