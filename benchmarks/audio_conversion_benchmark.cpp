@@ -11,6 +11,7 @@
 // bytes at a time. Moving 16 at a time takes 1.9 to 2.0 of it by itself, so that the goal of the
 // flips, 1.95, is where a pass that does nothing stands.
 #include "audio/conversion_kernels.h"
+#include "in_turn.h"
 
 #include <SDL.h>
 #include <benchmark/benchmark.h>
@@ -256,13 +257,9 @@ double seconds_of(const way& timed, u8* data) {
         }
         return least;
     }();
-    return tick * static_cast<double>(ticks_between(timed, data) - overhead);
-}
-
-double median(std::vector<double>& all) {
-    const auto middle = all.begin() + static_cast<ptrdiff_t>(all.size() / 2);
-    std::nth_element(all.begin(), middle, all.end());
-    return *middle;
+    const double first = processor_time();
+    const double passed = tick * static_cast<double>(ticks_between(timed, data) - overhead);
+    return passed < long_enough ? passed : processor_time() - first;
 }
 
 way ours(const pair_of_formats& pair, size_t size, const conversion_passes* passes) {
@@ -358,14 +355,14 @@ void convert(benchmark::State& state) {
     std::erase_if(all, [](const contender& one) { return one.run == nullptr; });
     measure(state, all, samples);
     state.SetLabel(pair.name + (", " + std::to_string(size >> 10) + " KiB"));
-    const double our_time = median(all[0].times);
-    const double limit_time = median(all[1].times);
+    const double our_time = median_of(all[0].times);
+    const double limit_time = median_of(all[1].times);
     state.counters["ns"] = our_time * 1e9;
     state.counters["GB/s"] =
         static_cast<double>(count * (width_of(pair.from) + width_of(pair.to))) / our_time * 1e-9;
     for (contender& one : all) {
         if (one.name.empty()) continue;
-        const double time = median(one.times);
+        const double time = median_of(one.times);
         const bool is_ours = one.name == "sse2_limit"; // the numerator, not the peer
         state.counters["of_" + one.name] = is_ours ? time / limit_time : our_time / time;
         if (is_ours) state.counters["ns_" + one.name] = time * 1e9;

@@ -21,8 +21,9 @@ inline double processor_time() {
 
 // Reading the processor time takes a while itself, so that short ways are timed by the clock. Long
 // ones would count the time in which others have the processor.
+inline constexpr double long_enough = 200e-6;
+
 template <class Way> double seconds_of(const Way& way) {
-    constexpr double long_enough = 200e-6;
     const double first = processor_time();
     const auto start = std::chrono::steady_clock::now();
     way();
