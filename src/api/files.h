@@ -59,7 +59,7 @@ typedef struct DirectoryContent {
  *
  * @return  true when both files could be opened. A full disk or a read error is not noticed.
  * @failure false. Where the source cannot be opened or is a directory, the target is not touched.
- * @heap    C library
+ * @heap    none
  */
 HALVORIN_API b8 file_copy(Slice from, Slice to);
 
