@@ -134,8 +134,8 @@ HALVORIN_API i64 audio_stream_read(i32 stream, u64 frames, void* destination);
  * @param frames  to write.
  * @param data    the samples, in the stream's format.
  * @return    frames written: they are in the file.
- * @failure   fewer than `frames`, on a full disk as a rule; no more are written behind it. 0 where
- *            the file's samples are wider than the stream's.
+ * @failure   fewer than `frames`: on a full disk as a rule, and no more are written behind it. 0
+ *            where the file's samples are wider than the stream's.
  * @waits     disk
  */
 HALVORIN_API u64 audio_stream_write(i32 stream, u64 frames, void* data);

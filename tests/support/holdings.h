@@ -5,6 +5,7 @@
 
 #include "api/types.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -59,14 +60,14 @@ inline holdings growth(const holdings& before, const holdings& after) {
 }
 
 // However many rounds there were: no more blocks than others keep for the same work, but for a few
-// that threads hold at the moment, and no more pages, but for those of the library's own arenas,
-// which are touched little by little.
+// that threads hold at the moment, and no more pages, but for those that the library's arenas and a
+// driver's threads touch little by little.
 inline bool is_flat(const holdings& before, const holdings& after, const holdings& others_keep) {
     constexpr i64 few_blocks = 24 << 10;
-    constexpr i64 few_pages = 1 << 20;
+    constexpr i64 few_pages = 8 << 20;
     const holdings grown = growth(before, after);
     return grown.heap <= others_keep.heap + few_blocks &&
-           grown.private_bytes <= others_keep.private_bytes + few_pages &&
+           grown.private_bytes <= std::max<i64>(others_keep.private_bytes, 0) + few_pages &&
            grown.descriptors <= others_keep.descriptors && grown.threads <= others_keep.threads;
 }
 
