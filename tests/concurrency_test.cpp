@@ -147,12 +147,17 @@ TEST_F(ConcurrencyTest, AThreadGetsItsDataAndTheOneNameAndGivesBackItsStatus) {
     semaphore_destroy(record.end);
 }
 
-TEST_F(ConcurrencyTest, ADetachedThreadRunsToItsEnd) {
+TEST_F(ConcurrencyTest, ADetachedThreadRunsToItsEndAndNobodyWaitsForIt) {
+    semaphore_handle* handles[] = {semaphore, semaphore_create(0)};
     const auto body = [](void* data) -> i32 {
-        return semaphore_post(static_cast<semaphore_handle*>(data));
+        auto** const pair = static_cast<semaphore_handle**>(data);
+        semaphore_wait(pair[0]);
+        return semaphore_post(pair[1]);
     };
-    thread_detach(thread_create(body, semaphore));
-    EXPECT_EQ(semaphore_wait_timeout(semaphore, long_time), 0);
+    thread_detach(thread_create(body, handles));
+    semaphore_post(handles[0]);
+    EXPECT_EQ(semaphore_wait_timeout(handles[1], long_time), 0);
+    semaphore_destroy(handles[1]);
 }
 
 TEST_F(ConcurrencyTest, PrioritiesAreMappedByTheirLowByteAndTheStatusIsPassedOn) {
