@@ -473,6 +473,16 @@ correct(dr_flac "partitions that don't make up a frame"
         drflac_uint8 riceParam = 0;
 ]])
 
+# A seek table can point anywhere below 2^64, and the way there goes by steps of 2^31.
+correct(dr_flac "place in a file that no file reaches"
+[[static drflac_bool32 drflac__seek_to_byte(drflac_bs* bs, drflac_uint64 offsetFromStart)
+{
+]]
+[[static drflac_bool32 drflac__seek_to_byte(drflac_bs* bs, drflac_uint64 offsetFromStart)
+{
+    if (offsetFromStart >> 40 != 0) return DRFLAC_FALSE;
+]])
+
 # A page that is damaged, and the last, leaves its own size beside what was left of the page before:
 # the next read would start gigabytes behind the page.
 correct(dr_flac "end of a FLAC in Ogg on a damaged page"
