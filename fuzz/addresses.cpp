@@ -2,6 +2,7 @@
 #include "fuzzing.h"
 
 #include "api/network.h"
+#include "frame/scratch.h"
 
 #include <dlfcn.h>
 #include <netdb.h>
@@ -55,6 +56,8 @@ namespace {
 
 std::string text_of(const NetworkAddress& address) {
     Slice text = {};
+    halvorin::dynamic_pos = 0;
+    std::memset(halvorin::dynamic_buffer, 'x', 200);
     network_address_get_ip(&text, address);
     require(text.data != nullptr && text.count >= 0 && text.count < 64, "a text is short");
     const auto* const first = static_cast<const char*>(text.data);

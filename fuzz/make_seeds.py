@@ -67,6 +67,7 @@ def sound_seeds(target, name, content):
     put(target, f"{name}-short", sound_control(LITTLE, 4, 700, 0, []), content)
     cut = content[: len(content) * 3 // 4]
     put(target, f"{name}-cut", sound_control(AS_STREAM | WITH_SUMS, 4, 0, 0, PROGRAMS[1]), cut)
+    put(target, f"{name}-cut-load", sound_control(TWICE | WITH_SUMS, 6, 0, 0, []), cut)
 
 
 def run(*command):
@@ -102,7 +103,12 @@ def short_sounds():
             source = {"mono": "s16-mono", "stereo": "s16", "six": "s16-six"}.get(base, base) + ".wav"
             run("sox", "-D", os.path.join(sounds, source), cut, "trim", "0s", "2000s")
             run("oggenc", "--quiet", "-q", "0", cut, "-o", short)
-            sound_seeds("vorbis", name, read(short))
+            content = read(short)
+            sound_seeds("vorbis", name, content)
+            # The position of the last page: further on than the samples go.
+            last = content.rindex(b"OggS") + 6
+            further = content[:last] + struct.pack("<q", 5000) + content[last + 8 :]
+            put("vorbis", f"{base}-promises", sound_control(TWICE | WITH_SUMS, 6, 0, 0, []), further)
     shutil.rmtree(work)
 
 
@@ -114,7 +120,7 @@ def event_seeds():
     def key(scancode, down, repeat=0):
         return event(3 if down else 4, 0, struct.pack("<IIIBBBBi", 0, 0, 1, down, repeat, 0, 0, scancode))
 
-    put("events", "keys", *(key(code, True) for code in (4, 30, 224, 225, 228, 231)), key(224, False), key(4, False, 1))
+    put("events", "keys", *(key(code, True) for code in (4, 30, 224, 225, 228, 231)), key(224, False), key(4, False, 1), key(285, True), key(511, True), key(-1, False))
     put("events", "mouse", event(5, 0, struct.pack("<IIIIIiiii", 0, 0, 1, 0, 0, 10, 20, -3, 4)),
         *(event(kind, 0, struct.pack("<IIIIB", 0, 0, 1, 0, button)) for kind in (6, 7) for button in (1, 2, 3, 4)),
         event(8, 0, struct.pack("<IIIIii", 0, 0, 1, 0, 2, -1)))
@@ -126,6 +132,7 @@ def event_seeds():
 
 def shader_seeds():
     texts = [b"#vertex\nV;\n#fragment\nF;\n", b"#geometry G#fragment F#vertex V", b"#version 330\n#if x\n##vertex a" + b"-" * 90 + b"#fragment\r\n#vertex\tb"]
+    texts += [b"#vertex\n", b"#fragment ", b"." * 70 + b"#geometry\t"]
     for i, text in enumerate(texts):
         for flags in (0, 1, 8 | 2, 16 | 64 | 15, 32 | 7):
             for size in (0, 40, 255):
@@ -141,6 +148,10 @@ def text_seeds():
             put("text", f"{i}-{kind}", struct.pack("<BHiHB", kind | 16 * (i % 2), 9 * i, 16300, 0, 0), piece)
         put("text", f"{i}-long", struct.pack("<BHiHB", 64 | 2 + i % 4, 100, 8000, 400, 3), b"a/b", piece)
         put("text", f"{i}-two", struct.pack("<BHiHB", 5 | 16 * i, 4, 16370 - i, 1, 5), b"/home", piece)
+    # Up to the last byte of the arena, and one further.
+    for length in (83, 84, 85):
+        put("text", f"end-{length}", struct.pack("<BHiHB", 3, 0, 16384 - 84, 0, 0), b"x" * length)
+        put("text", f"wide-end-{length}", struct.pack("<BHiHB", 2, 0, 16384 - 168, 0, 0), b"x" * length)
     put("text", "blocks", struct.pack("<BHiI", 4, 0, 0, 524200), *(struct.pack("<BH", kind, size) for kind, size in ((0, 8), (1, 40), (1, 80), (0, 3), (225, 300), (224, 5000))))
 
 
