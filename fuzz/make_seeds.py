@@ -132,7 +132,7 @@ def event_seeds():
 
 def shader_seeds():
     texts = [b"#vertex\nV;\n#fragment\nF;\n", b"#geometry G#fragment F#vertex V", b"#version 330\n#if x\n##vertex a" + b"-" * 90 + b"#fragment\r\n#vertex\tb"]
-    texts += [b"#vertex\n", b"#fragment ", b"." * 70 + b"#geometry\t"]
+    texts += [b"#vertex\n", b"#vertex V#fragment ", b"." * 70 + b"#geometry\t"]
     for i, text in enumerate(texts):
         for flags in (0, 1, 8 | 2, 16 | 64 | 15, 32 | 7):
             for size in (0, 40, 255):
