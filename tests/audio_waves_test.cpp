@@ -396,6 +396,7 @@ TEST_F(AudioWavesTest, SavesThatFailSayHowFarTheyCame) {
     EXPECT_EQ(samples, (std::vector<u16>{0x8001, 0x8002, 0x8003, 0x8004}));
     for (const i32 channels : {0, -1, 65536, INT32_MIN}) {
         EXPECT_EQ(save(channels, 8, path), 0) << channels;
+        EXPECT_EQ(samples[0], 0x8001) << "nothing done for " << channels;
     }
     EXPECT_EQ(save(2, -8, path), 0);
     EXPECT_EQ(samples[0], 0x8001);

@@ -172,7 +172,8 @@ TEST_F(DisplayTest, FlagsReachTheWindowAndTheLowSixteenBitsAloneCount) {
         EXPECT_EQ(asked_window_flags, c.sdl);
         display_close();
     }
-    EXPECT_EQ(fullscreen, 1);
+    ASSERT_TRUE(open(0));
+    EXPECT_EQ(fullscreen, 1) << "from now on";
 }
 
 TEST_F(DisplayTest, OverLongTitlesAreRefusedWithNothingDone) {
