@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <immintrin.h> // clang's declares posix_memalign, which has to come ahead of the one here
 
 // Counts the calls to the heap, the library's too: its calls find the functions of the program
 // first. For one source file of a program. A sanitizer brings a heap of its own, and nothing is
