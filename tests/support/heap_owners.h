@@ -12,14 +12,17 @@
 // On whose account the calls to the heap are. A call that the library makes as the last step of a
 // function seems to come from the library's caller, which is the program: so the program itself
 // takes nothing while it looks. What the C library takes is on the account of who has called it.
+// The C++ library's templates may lie in the program, for the driver too: there the driver is who
+// called.
 namespace heap_calls {
 
 enum owner {
     library,
     system,
     sdl,
-    others
-}; // others: the graphics driver, the X library
+    others, // the graphics driver, the X library
+    program
+};
 
 struct account {
     int calls[4] = {};
@@ -39,7 +42,8 @@ inline constinit thread_local account present = {};
 
 inline owner owner_of(const char* module) {
     const auto has = [&](const char* part) { return std::strstr(module, part) != nullptr; };
-    if (*module == 0 || has("halvorin_system")) return library;
+    if (*module == 0) return program;
+    if (has("halvorin_system")) return library;
     if (has("/libc.so") || has("/ld-linux") || has("/libm.so") || has("/libstdc++")) return system;
     return has("/libSDL2") ? sdl : others;
 }
@@ -69,16 +73,19 @@ inline owner owner_at(const void* address) {
 
 inline owner owner_of_call(const void* caller) {
     const owner nearest = owner_at(caller);
+    if (nearest == program) return library;
     if (nearest != system) return nearest;
     void* frames[64];
     const int depth = backtrace(frames, 64);
     void** const end = frames + depth;
+    bool seen_program = false;
     for (void** frame = std::find(frames, end, caller); frame < end; ++frame) {
         const owner who = owner_at(*frame);
         if (who == sdl || who == others) return who;
         if (who == library) return system;
+        seen_program |= who == program;
     }
-    return others;
+    return seen_program ? system : others;
 }
 
 inline void add_to_account(const void* caller) {
