@@ -73,19 +73,18 @@ inline owner owner_at(const void* address) {
 
 inline owner owner_of_call(const void* caller) {
     const owner nearest = owner_at(caller);
-    if (nearest == program) return library;
-    if (nearest != system) return nearest;
+    if (nearest != system && nearest != program) return nearest;
     void* frames[64];
     const int depth = backtrace(frames, 64);
     void** const end = frames + depth;
-    bool seen_program = false;
+    owner asked_by = others;
     for (void** frame = std::find(frames, end, caller); frame < end; ++frame) {
         const owner who = owner_at(*frame);
         if (who == sdl || who == others) return who;
         if (who == library) return system;
-        seen_program |= who == program;
+        if (who == program) asked_by = nearest == program ? library : system;
     }
-    return seen_program ? system : others;
+    return asked_by;
 }
 
 inline void add_to_account(const void* caller) {
