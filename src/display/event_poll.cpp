@@ -156,11 +156,8 @@ void handle(const SDL_Event& event) {
     case SDL_QUIT: poll_state.window_closed = true; break;
     case SDL_WINDOWEVENT: window_changed(event.window); break;
     case SDL_KEYDOWN: key_down(event.key); break;
-    case SDL_KEYUP:
-        key_up(event.key);
-        break;
-        [[likely]] case SDL_MOUSEMOTION : mouse_motion(event.motion);
-        break;
+    case SDL_KEYUP: key_up(event.key); break;
+    case SDL_MOUSEMOTION: mouse_motion(event.motion); break;
     case SDL_MOUSEBUTTONDOWN: button_down(event.button); break;
     case SDL_MOUSEBUTTONUP: button_up(event.button); break;
     case SDL_MOUSEWHEEL:
