@@ -30,6 +30,7 @@ static u16 find_chat(u16 beacon_port) {
     const NetworkAddress beacon = local(beacon_port);
     const network_socket asking = network_socket_create(NETWORK_UDP | NETWORK_IPV4);
     int port = 0;
+    network_socket_bind(asking, local(0)); /* for a port that no other shares */
     network_selector_add(selector, asking);
     for (int tries = 0; tries < 10 && port == 0; tries++) {
         char text[17] = "";

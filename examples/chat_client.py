@@ -32,6 +32,7 @@ CALLS = """
     void system_init(u32)   void system_release()
     void network_address_find(pointer, Slice, u16, u32)
     u64 network_socket_create(u32)   i32 network_socket_destroy(u64)
+    b8 network_socket_bind(u64, NetworkAddress)
     b8 network_tcp_connect(u64, NetworkAddress)   i32 network_tcp_disconnect(u64)
     i64 network_tcp_send(u64, u32, bytes)   i64 network_tcp_receive(u64, u32, pointer)
     i64 network_udp_send(u64, u32, bytes, NetworkAddress)   i64 network_udp_receive(u64, u32, pointer, pointer)
@@ -69,6 +70,7 @@ def wait(milliseconds):
 def find_chat():
     """Asks the beacon where the chat is: once a second, since a datagram may get lost."""
     beacon, asking, port = local(arguments.port), system.network_socket_create(UDP | IPV4), 0
+    system.network_socket_bind(asking, local(0))  # for a port that no other shares
     system.network_selector_add(selector, asking)
     for _ in range(10):
         text, sender = create_string_buffer(16), NetworkAddress()

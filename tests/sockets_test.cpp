@@ -6,6 +6,7 @@
 
 #include <array>
 #include <fcntl.h>
+#include <set>
 
 #include <sys/un.h>
 
@@ -196,6 +197,18 @@ TEST(Sockets, AddressesInUseAreRefusedAndLeftOnesTakenAtOnce) {
     const owned again(network_socket_create(NETWORK_TCP | NETWORK_IPV4));
     EXPECT_TRUE(network_socket_bind(again, loopback(NETWORK_IPV4, port)));
     EXPECT_TRUE(network_tcp_listen(again));
+}
+
+TEST(Sockets, UdpSocketsShareAPortThatIsAskedForNeverOneThatIsChosen) {
+    std::array<owned, 600> sockets; // more than enough for chance to hit a port twice
+    std::set<u16> ports;
+    for (owned& socket : sockets) {
+        socket = bound(NETWORK_UDP | NETWORK_IPV4);
+        ports.insert(port_of(socket));
+    }
+    EXPECT_EQ(ports.size(), sockets.size());
+    const owned second(network_socket_create(NETWORK_UDP | NETWORK_IPV4));
+    EXPECT_TRUE(network_socket_bind(second, loopback(NETWORK_IPV4, port_of(sockets[0]))));
 }
 
 class SocketsOfBothFamilies : public testing::TestWithParam<network_flags> {

@@ -71,8 +71,8 @@ HALVORIN_API u16 network_address_get_port(NetworkAddress address);
 
 /**
  * Makes a socket. It blocks, and may be bound to an address that has just been in use
- * (SO_REUSEADDR, which on Linux also lets two UDP sockets have one port); all else about it is the
- * system's default.
+ * (SO_REUSEADDR, which on Linux also lets two UDP sockets have one port: so bind one that is to get
+ * answers, if only to port 0, before it sends); all else about it is the system's default.
  *
  * @param flags  NETWORK_ bits. A family is needed: the systems make no socket without one.
  * @lifetime     until network_socket_destroy

@@ -60,6 +60,27 @@ void keep_address(NetworkAddress* address, const sockaddr_storage& native, sockl
     std::memcpy(address, &native, std::min<size_t>(length, sizeof *address));
 }
 
+bool is_datagram_socket(int descriptor) {
+    int type = 0;
+    socklen_t length = sizeof type;
+    return getsockopt(descriptor, SOL_SOCKET, SO_TYPE, &type, &length) == 0 && type == SOCK_DGRAM;
+}
+
+// The option takes an int here; a single byte would be refused.
+void set_address_reuse(int descriptor, bool is_on) {
+    const int value = is_on;
+    setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &value, sizeof value);
+}
+
+// Among sockets that may use an address again, the free port that Linux chooses may be one that
+// another has, which would then get the datagrams.
+int bind_to_free_port(int descriptor, const NetworkAddress& address) {
+    set_address_reuse(descriptor, false);
+    const int result = bind(descriptor, native_address(address), native_length(address));
+    set_address_reuse(descriptor, true);
+    return result;
+}
+
 // False when there is one that poll would pass over in silence.
 bool list_sockets(pollfd* entries, const network_socket* sockets, i32 count) {
     int all = 0;
@@ -129,12 +150,10 @@ bool write_address(char* text, u32 size, const NetworkAddress& address) {
     return inet_ntop(address.family, bytes, text, size) != nullptr;
 }
 
-// The option takes an int here; a single byte would be refused.
 network_socket create_socket(socket_kind kind) {
     const int descriptor = socket(native_family(kind.family), native_type(kind), 0);
     if (descriptor < 0) return failed_socket;
-    const int on = 1;
-    setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    set_address_reuse(descriptor, true);
     return socket_of(descriptor);
 }
 
@@ -145,7 +164,12 @@ i32 close_socket(network_socket socket) {
 // Linux would take a host that wasn't found for the wildcard address with any port ...
 i32 bind_socket(network_socket socket, const NetworkAddress& address) {
     if (address.family == AF_UNSPEC) return -1;
-    return bind(descriptor_of(socket), native_address(address), native_length(address));
+    const int descriptor = descriptor_of(socket);
+    const bool wants_any_port = address.port[0] == 0 && address.port[1] == 0;
+    if (wants_any_port && is_datagram_socket(descriptor)) {
+        return bind_to_free_port(descriptor, address);
+    }
+    return bind(descriptor, native_address(address), native_length(address));
 }
 
 // ... and here for an order to take the connection apart, which succeeds.
