@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Zlib
 #include "display/window.h"
 
-#include "api/display.h"
-#include "display/presentation.h"
 #include "frame/boundary.h"
 #include "frame/scratch.h"
 
@@ -55,19 +53,6 @@ void request_context_attributes(i32 samples) {
     SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE);
 }
 
-void open_hardware(bool vsync) {
-    is_software_rendering = false;
-    if (sdl_window == nullptr) stop_without_window();
-    init_opengl_renderer();
-    sdl_vsync = vsync;
-    set_swap_interval(vsync);
-}
-
-void open_software(i32 width, i32 height, bool vsync) {
-    is_software_rendering = true;
-    init_sdl_renderer(width, height, vsync);
-}
-
 SDL_bool to_sdl_bool(b8 argument) {
     return is_true(argument) ? SDL_TRUE : SDL_FALSE;
 }
@@ -82,38 +67,21 @@ bool halvorin::window_takes_opengl() {
     return window_is_live && asked_for_opengl;
 }
 
-void halvorin::release_display() {
-    release_software_renderer();
-    release_opengl_context();
-    SDL_DestroyWindow(live_window());
-    window_is_live = false;
-}
-
-b8 display_open(i32 width, i32 height, Slice title, display_flags flags, i32 samples) {
-    flags = low_bits(flags);
-    if (sdl_window != nullptr || !append_character(title)) return false;
+bool halvorin::create_window(const char* title, i32 width, i32 height, display_flags flags,
+                             i32 samples) {
     if ((flags & DISPLAY_FULLSCREEN) != 0) fullscreen = true;
     request_context_attributes(samples);
-    sdl_window = SDL_CreateWindow(c_string(title), SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED,
-                                  width, height, to_sdl_window_flags(flags));
+    sdl_window = SDL_CreateWindow(title, SDL_WINDOWPOS_UNDEFINED, SDL_WINDOWPOS_UNDEFINED, width,
+                                  height, to_sdl_window_flags(flags));
     window_is_live = sdl_window != nullptr;
     asked_for_opengl = (flags & DISPLAY_SOFTWARE) == 0;
     sdl_window_id = SDL_GetWindowID(live_window());
-    const bool vsync = (flags & DISPLAY_VSYNC) != 0;
-    if ((flags & DISPLAY_SOFTWARE) != 0) {
-        open_software(width, height, vsync);
-    } else {
-        open_hardware(vsync);
-    }
-    return sdl_window != nullptr;
+    return window_is_live;
 }
 
-void display_close() {
-    if (sdl_window == nullptr) return;
-    release_software_renderer();
+void halvorin::destroy_window() {
     SDL_DestroyWindow(live_window());
     window_is_live = false;
-    sdl_window = nullptr;
 }
 
 void display_set_size(i32 width, i32 height) {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Zlib
 #pragma once
 
-#include "api/types.h"
+#include "api/display.h"
 
 #include <SDL_video.h>
 
-// The display's objects, for the families that need the window, and for start and stop.
+// The window by itself, for the families that need it.
 namespace halvorin {
 
 // The window; null when there is none, also when `sdl_window` still holds the address of one that
@@ -16,7 +16,10 @@ SDL_Window* live_window();
 // window into an OpenGL window where the platform has no plain window surface.
 bool window_takes_opengl();
 
-// Destroys software renderer, OpenGL context and window. The exported variables keep their values.
-void release_display();
+// Sets `sdl_window`, also to null where there can't be a window, and `sdl_window_id`.
+bool create_window(const char* title, i32 width, i32 height, display_flags flags, i32 samples);
+
+// `sdl_window` keeps its value.
+void destroy_window();
 
 } // namespace halvorin

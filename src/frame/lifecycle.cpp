@@ -3,7 +3,7 @@
 
 #include "api/frame.h"
 #include "display/frame_state.h"
-#include "display/window.h"
+#include "display/opening.h"
 
 #include <SDL.h>
 
