@@ -15,13 +15,6 @@ SDL_atomic_t* record(i32* atomic) {
     return reinterpret_cast<SDL_atomic_t*>(atomic);
 }
 
-// SDL2's truth values as the one byte that is handed on: so the exports end in a jump, too.
-extern "C" {
-b8 swap(SDL_atomic_t* atomic, int old_value, int new_value) asm("SDL_AtomicCAS");
-b8 swap_ptr(void** atomic, void* old_value, void* new_value) asm("SDL_AtomicCASPtr");
-b8 try_lock(SDL_SpinLock* lock) asm("SDL_AtomicTryLock");
-}
-
 } // namespace
 
 i32 atomic_set(i32* atomic, i32 value) {
@@ -53,11 +46,11 @@ b8 atomic_dec_ref(i32* atomic) {
 }
 
 b8 atomic_cas(i32* atomic, i32 old_value, i32 new_value) {
-    return swap(record(atomic), old_value, new_value);
+    return SDL_AtomicCAS(record(atomic), old_value, new_value) != SDL_FALSE;
 }
 
 b8 atomic_cas_ptr(void** atomic, void* old_value, void* new_value) {
-    return swap_ptr(atomic, old_value, new_value);
+    return SDL_AtomicCASPtr(atomic, old_value, new_value) != SDL_FALSE;
 }
 
 void atomic_lock(i32* lock) {
@@ -65,7 +58,7 @@ void atomic_lock(i32* lock) {
 }
 
 b8 atomic_trylock(i32* lock) {
-    return try_lock(lock);
+    return SDL_AtomicTryLock(lock) != SDL_FALSE;
 }
 
 void atomic_unlock(i32* lock) {
