@@ -182,7 +182,7 @@ HALVORIN_API b8 directory_exists(Slice path);
  *
  * The names come back whole or not at all. A directory is too large when its names, each with 17
  * bytes more, are above the 524288 bytes of the arena: with names of 20 bytes that is beyond
- * 14,000 entries.
+ * 14,000 entries. A disk error on the way is not noticed: the entries ahead of it come back.
  *
  * @param result    filled in; an array without entries is null with count 0. Any readable directory
  *                  holds ".", so a record that was zero before and has no directories now is a
