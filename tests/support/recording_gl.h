@@ -12,11 +12,12 @@
 
 #include <glad/gl.h>
 
-#include <cinttypes>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -24,67 +25,32 @@ namespace recording_gl {
 
 inline std::vector<std::string> calls;
 
-// Each kind of argument looks different, so that a number in the place of another kind shows.
-template <class... Values> std::string printed(const char* format, Values... values) {
-    char text[40];
-    std::snprintf(text, sizeof text, format, values...);
-    return text;
-}
-
-inline std::string text_of(GLboolean value) {
-    return printed("truth %d", static_cast<int>(value));
-}
-
-inline std::string text_of(GLint value) {
-    return printed("%d", value);
-}
-
-inline std::string text_of(GLuint value) {
-    return printed("0x%X", value);
-}
-
-inline std::string text_of(GLsizeiptr value) {
-    return printed("%jd bytes", static_cast<intmax_t>(value));
-}
-
-inline std::string text_of(GLfloat value) {
-    uint32_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return printed("float bits %08" PRIX32, bits);
-}
-
-inline std::string text_of(GLdouble value) {
-    uint64_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return printed("double bits %016" PRIX64, bits);
-}
-
-// What the library makes up itself (a local name, a list) lies at an address that no test can
-// know; offsets, and the addresses that the tests make up, are small.
-inline std::string text_of(const void* pointer) {
-    const auto address = reinterpret_cast<intptr_t>(pointer);
-    const bool known = address > -(intptr_t{1} << 40) && address < intptr_t{1} << 40;
-    return known ? printed("pointer %jd", static_cast<intmax_t>(address)) : "pointer";
-}
-
-inline std::string text_of(GLchar* room) {
-    return text_of(static_cast<const void*>(room));
-}
-
-inline std::string text_of(const GLchar* name) {
-    return "\"" + std::string(name) + "\"";
+// Floating numbers to the bit. What the library makes up itself (a local name, a list) lies at an
+// address that no test can know; offsets, and the addresses that the tests make up, are small.
+template <class Value> std::string text_of(Value value) {
+    if constexpr (std::is_same_v<Value, const GLchar*>) {
+        return "\"" + std::string(value) + "\"";
+    } else if constexpr (std::is_pointer_v<Value>) {
+        const auto address = reinterpret_cast<intptr_t>(value);
+        const bool known = std::abs(address) < intptr_t{1} << 40;
+        return known ? "pointer " + std::to_string(address) : "pointer";
+    } else if constexpr (std::is_integral_v<Value> && std::is_signed_v<Value>) {
+        return std::to_string(value);
+    } else {
+        unsigned long long bits = 0;
+        std::memcpy(&bits, &value, sizeof value);
+        char text[20];
+        std::snprintf(text, sizeof text, "0x%llX", bits);
+        return text;
+    }
 }
 
 inline std::string joined(const std::vector<std::string>& texts, const char* between) {
     std::string whole;
-    for (size_t i = 0; i < texts.size(); ++i) {
-        whole += (i ? between : "") + texts[i];
+    for (const std::string& text : texts) {
+        whole += (whole.empty() ? "" : between) + text;
     }
     return whole;
-}
-
-template <class... Arguments> std::string line(const char* name, Arguments... arguments) {
-    return name + ("(" + joined({text_of(arguments)...}, ", ") + ")");
 }
 
 template <class Tag, class Pointer = typename Tag::pointer> struct recorded;
@@ -94,13 +60,17 @@ struct recorded<Tag, Result (*)(Parameters...)> {
     // What the function does besides: gives a result, writes through a pointer.
     static inline std::function<Result(Parameters...)> behaviour;
 
+    static std::string line(Parameters... arguments) {
+        return Tag::name + ("(" + joined({text_of(arguments)...}, ", ") + ")");
+    }
+
     static Result stub(Parameters... arguments) {
-        calls.push_back(line(Tag::name, arguments...));
+        calls.push_back(line(arguments...));
         return behaviour ? behaviour(arguments...) : Result();
     }
 
     std::string operator()(Parameters... arguments) const {
-        return line(Tag::name, arguments...);
+        return line(arguments...);
     }
 };
 
