@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: Zlib
 #include "support/display.h"
 
-#include "api/system.h"
-
-#include <SDL.h>
-#include <gtest/gtest.h>
-
+#include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -21,9 +17,10 @@ namespace {
 bool driver_takes_adaptive_sync = false;
 bool driver_refuses_context = false;
 std::vector<int> swap_intervals;
-std::vector<u32> renderer_flags;
+u32 renderer_flags = 0;
 u32 asked_window_flags = 0;
-std::vector<std::string> window_calls;
+std::string window_calls;
+std::vector<u32> icon_pixels;
 SDL_bool bordered = SDL_TRUE;
 
 } // namespace
@@ -53,7 +50,7 @@ SDL_Window* SDL_CreateWindow(const char* title, int x, int y, int width, int hei
 }
 
 SDL_Renderer* SDL_CreateRenderer(SDL_Window* window, int index, Uint32 flags) {
-    renderer_flags.push_back(flags);
+    renderer_flags = flags;
     return next(&SDL_CreateRenderer, "SDL_CreateRenderer")(window, index, flags);
 }
 
@@ -62,14 +59,27 @@ void SDL_SetWindowBordered(SDL_Window* window, SDL_bool on) {
     if (window == sdl_window) bordered = on;
 }
 
-#define STANDS_IN_FOR(function)                                                                    \
-    void function(SDL_Window* window) {                                                            \
-        EXPECT_EQ(window, sdl_window);                                                             \
-        window_calls.push_back(#function);                                                         \
+void SDL_SetWindowIcon(SDL_Window* window, SDL_Surface* icon) {
+    next(&SDL_SetWindowIcon, "SDL_SetWindowIcon")(window, icon);
+    for (int x = 0; icon != nullptr && x < icon->w; x++) {
+        Uint8 parts[4] = {};
+        const u32 pixel = static_cast<u32*>(icon->pixels)[x];
+        SDL_GetRGBA(pixel, icon->format, &parts[0], &parts[1], &parts[2], &parts[3]);
+        icon_pixels.push_back(std::bit_cast<u32>(parts));
     }
-STANDS_IN_FOR(SDL_MaximizeWindow)
-STANDS_IN_FOR(SDL_MinimizeWindow)
-STANDS_IN_FOR(SDL_RestoreWindow)
+}
+
+void SDL_MaximizeWindow(SDL_Window* window) {
+    window_calls += window == sdl_window ? "maximize " : "other ";
+}
+
+void SDL_MinimizeWindow(SDL_Window* window) {
+    window_calls += window == sdl_window ? "minimize " : "other ";
+}
+
+void SDL_RestoreWindow(SDL_Window* window) {
+    window_calls += window == sdl_window ? "restore " : "other ";
+}
 }
 
 namespace {
@@ -106,70 +116,52 @@ TEST_F(DisplayTest, HardwareGraphicsIsAnOpenGl33CoreContextWithStencil) {
     ASSERT_EQ(display_open(64, 48, slice(title), 0, 0), 1);
     EXPECT_EQ(SDL_GetWindowTitle(window()), title);
     EXPECT_EQ(sdl_window_id, SDL_GetWindowID(window()));
-    EXPECT_EQ(window_flags() & SDL_WINDOW_OPENGL, u32{SDL_WINDOW_OPENGL});
     EXPECT_EQ(opengl_initialized, 1);
     EXPECT_EQ(opengl_context, SDL_GL_GetCurrentContext());
     EXPECT_EQ(gl_attribute(SDL_GL_CONTEXT_MAJOR_VERSION), 3);
     EXPECT_EQ(gl_attribute(SDL_GL_CONTEXT_MINOR_VERSION), 3);
     EXPECT_EQ(gl_attribute(SDL_GL_CONTEXT_PROFILE_MASK), SDL_GL_CONTEXT_PROFILE_CORE);
     EXPECT_GE(gl_attribute(SDL_GL_STENCIL_SIZE), 8);
-    constexpr u32 gl_context_profile_mask = 0x9126;
-    EXPECT_EQ(gl_integer(gl_context_profile_mask), 1);
     expect_hardware_frame();
 }
 
 TEST_F(DisplayTest, ASecondOpenChangesNothing) {
     ASSERT_TRUE(open(DISPLAY_BORDERLESS));
-    const u32 flags = window_flags();
     void* const first = sdl_window;
     const u16 all = DISPLAY_FULLSCREEN | DISPLAY_SOFTWARE | DISPLAY_VSYNC;
     EXPECT_EQ(display_open(10, 10, slice("other"), all, 4), 0);
     EXPECT_EQ(sdl_window, first);
-    EXPECT_STREQ(SDL_GetWindowTitle(window()), "display");
-    EXPECT_EQ(window_flags(), flags);
     EXPECT_EQ(fullscreen + is_software_rendering + sdl_vsync, 0);
-    DisplayInfo info = {};
-    display_get_info(&info);
-    EXPECT_EQ(info.width, 64);
     display_close();
     ASSERT_TRUE(open(0)) << "with the samples of the refused call it would have four";
     EXPECT_EQ(gl_attribute(SDL_GL_MULTISAMPLEBUFFERS), 0);
 }
 
 TEST_F(DisplayTest, SamplesAboveOneAskForMultisamplingAndStay) {
-    const struct {
-        i32 asked, buffers, samples;
-    } cases[] = {{-5, 0, 0}, {0, 0, 0}, {1, 0, 0}, {4, 1, 4}, {0, 1, 4}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.asked);
-        ASSERT_TRUE(open(0, c.asked));
-        EXPECT_EQ(gl_attribute(SDL_GL_MULTISAMPLEBUFFERS), c.buffers);
-        EXPECT_EQ(gl_attribute(SDL_GL_MULTISAMPLESAMPLES), c.samples);
+    for (const i32 samples : {-5, 1, 4, 0}) {
+        SCOPED_TRACE(samples);
+        ASSERT_TRUE(open(0, samples));
+        EXPECT_EQ(gl_attribute(SDL_GL_MULTISAMPLESAMPLES), samples == -5 || samples == 1 ? 0 : 4);
         display_close();
     }
 }
 
 TEST_F(DisplayTest, FlagsReachTheWindowAndTheLowSixteenBitsAloneCount) {
-    const struct {
-        u32 host, sdl;
-    } cases[] = {
-        {0, SDL_WINDOW_OPENGL},
-        {DISPLAY_HIDDEN, SDL_WINDOW_OPENGL | SDL_WINDOW_HIDDEN},
-        {DISPLAY_BORDERLESS, SDL_WINDOW_OPENGL | SDL_WINDOW_BORDERLESS},
-        {DISPLAY_RESIZABLE, SDL_WINDOW_OPENGL | SDL_WINDOW_RESIZABLE},
-        {DISPLAY_MINIMIZED, SDL_WINDOW_OPENGL | SDL_WINDOW_MINIMIZED},
-        {DISPLAY_MAXIMIZED, SDL_WINDOW_OPENGL | SDL_WINDOW_MAXIMIZED},
-        {DISPLAY_VSYNC, SDL_WINDOW_OPENGL},
-        {DISPLAY_SOFTWARE, 0},
-        {0xFF00, SDL_WINDOW_OPENGL},
-        {DISPLAY_FULLSCREEN, SDL_WINDOW_OPENGL | SDL_WINDOW_FULLSCREEN_DESKTOP},
-    };
-    const auto wide_open = by_name<u8(i32, i32, Slice, u32, i32)>("display_open");
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.host);
+    const std::pair<u32, u32> cases[] = {{DISPLAY_HIDDEN, SDL_WINDOW_HIDDEN},
+                                         {DISPLAY_BORDERLESS, SDL_WINDOW_BORDERLESS},
+                                         {DISPLAY_RESIZABLE, SDL_WINDOW_RESIZABLE},
+                                         {DISPLAY_MINIMIZED, SDL_WINDOW_MINIMIZED},
+                                         {DISPLAY_MAXIMIZED, SDL_WINDOW_MAXIMIZED},
+                                         {DISPLAY_VSYNC, 0},
+                                         {DISPLAY_SOFTWARE, SDL_WINDOW_OPENGL},
+                                         {0xFF00, 0},
+                                         {DISPLAY_FULLSCREEN, SDL_WINDOW_FULLSCREEN_DESKTOP}};
+    for (const auto& [host, sdl] : cases) {
+        SCOPED_TRACE(host);
         EXPECT_EQ(fullscreen, 0);
-        ASSERT_EQ(wide_open(64, 48, slice("flags"), c.host | 0x00FF0000u, 0), 1);
-        EXPECT_EQ(asked_window_flags, c.sdl);
+        const auto wide_open = by_name<u8(i32, i32, Slice, u32, i32)>("display_open");
+        ASSERT_EQ(wide_open(64, 48, slice("flags"), host | 0x00FF0000u, 0), 1);
+        EXPECT_EQ(asked_window_flags ^ SDL_WINDOW_OPENGL, sdl);
         display_close();
     }
     ASSERT_TRUE(open(0));
@@ -183,20 +175,16 @@ TEST_F(DisplayTest, OverLongTitlesAreRefusedWithNothingDone) {
     EXPECT_EQ(sdl_window, nullptr);
     EXPECT_EQ(fullscreen, 0);
     ASSERT_EQ(display_open(64, 48, slice(longest), 0, 0), 1);
-    EXPECT_EQ(gl_attribute(SDL_GL_MULTISAMPLEBUFFERS), 0);
     EXPECT_EQ(SDL_GetWindowTitle(window()), longest);
     display_set_title(slice("short"));
     display_set_title(slice(over));
     EXPECT_STREQ(SDL_GetWindowTitle(window()), "short");
-    display_set_title(slice(std::string("ab\0cd", 5)));
-    EXPECT_STREQ(SDL_GetWindowTitle(window()), "ab");
     display_set_title({nullptr, 0});
     EXPECT_STREQ(SDL_GetWindowTitle(window()), "");
 }
 
 TEST_F(DisplayTest, SoftwareGraphicsShowsImagesInAPlainWindow) {
     ASSERT_TRUE(open(DISPLAY_SOFTWARE | DISPLAY_VSYNC));
-    EXPECT_EQ(window_flags() & SDL_WINDOW_OPENGL, 0u);
     EXPECT_EQ(is_software_rendering, 1);
     EXPECT_EQ(opengl_initialized + sdl_vsync, 0);
     EXPECT_EQ(sdl_texture_width * 1000 + sdl_texture_height, 64048);
@@ -226,10 +214,8 @@ TEST_F(DisplayTest, VerticalSyncIsAdaptiveWhereTheDriverHasIt) {
     const auto wide_set_vsync = by_name<void(u32)>("display_set_vsync");
     ASSERT_TRUE(open(0));
     wide_set_vsync(0xAB02);
-    EXPECT_EQ(swap_intervals, (std::vector<int>{0, -1, 1}));
-    EXPECT_EQ(SDL_GL_GetSwapInterval(), 1);
     wide_set_vsync(0xAB00);
-    EXPECT_EQ(SDL_GL_GetSwapInterval(), 0);
+    EXPECT_EQ(swap_intervals, (std::vector<int>{0, -1, 1, 0}));
     EXPECT_EQ(sdl_vsync, 0);
     display_close();
     swap_intervals.clear();
@@ -243,7 +229,7 @@ TEST_F(DisplayTest, VerticalSyncIsAdaptiveWhereTheDriverHasIt) {
     EXPECT_EQ(sdl_vsync, 1) << "not written on this path";
     for (const bool on : {true, false}) {
         display_set_vsync(on);
-        EXPECT_EQ(renderer_flags.back(), on ? u32{SDL_RENDERER_PRESENTVSYNC} : 0u);
+        EXPECT_EQ(renderer_flags, on ? u32{SDL_RENDERER_PRESENTVSYNC} : 0u);
         EXPECT_EQ(sdl_texture_width, 64);
         expect_software_frame();
     }
@@ -251,27 +237,21 @@ TEST_F(DisplayTest, VerticalSyncIsAdaptiveWhereTheDriverHasIt) {
 
 TEST_F(DisplayTest, ObjectsSurviveClosingAndOpeningUnlessTheDriverRefusesTheirContext) {
     ASSERT_TRUE(open(0));
-    const u32 buffer = buffer_create();
-    buffer_bind(BUFFER_TARGET_ARRAY, buffer);
-    const u32 stored = new_colour();
-    buffer_data(BUFFER_TARGET_ARRAY, 4, &stored, BUFFER_USAGE_STATIC_DRAW);
+    buffer_bind(BUFFER_TARGET_ARRAY, buffer_create());
+    buffer_data(BUFFER_TARGET_ARRAY, 4, "kept", BUFFER_USAGE_STATIC_DRAW);
     void* const context = opengl_context;
-    for (const u16 between : {u16{0}, u16{DISPLAY_SOFTWARE}, u16{0}}) {
+    for (const u16 between : {u16{0}, u16{DISPLAY_SOFTWARE}}) {
         display_close();
         EXPECT_EQ(sdl_window, nullptr);
-        EXPECT_EQ(opengl_context, context);
         ASSERT_TRUE(open(between));
-        EXPECT_EQ(is_software_rendering != 0, between != 0);
-        if (between != 0) {
-            expect_software_frame();
-            continue;
-        }
+        display_close();
+        ASSERT_TRUE(open(0));
+        EXPECT_EQ(opengl_context, context);
         EXPECT_EQ(SDL_GL_GetCurrentWindow(), window());
-        EXPECT_EQ(SDL_GL_GetSwapInterval(), 0);
         Slice mapped = {};
         buffer_map(&mapped, BUFFER_TARGET_ARRAY, 4, BUFFER_ACCESS_READ_ONLY);
         ASSERT_NE(mapped.data, nullptr);
-        EXPECT_EQ(*static_cast<u32*>(mapped.data), stored);
+        EXPECT_EQ(text_of(mapped), "kept");
         buffer_unmap(BUFFER_TARGET_ARRAY);
         expect_hardware_frame();
     }
@@ -284,34 +264,11 @@ TEST_F(DisplayTest, ObjectsSurviveClosingAndOpeningUnlessTheDriverRefusesTheirCo
     expect_hardware_frame();
 }
 
-TEST_F(DisplayTest, PresentationSwitchesBothWaysAndBothGoOn) {
-    const auto switch_to = by_name<void(u32)>("display_set_software_graphics");
-    ASSERT_TRUE(open(0));
-    void* const context = opengl_context;
-    show_software(4, 4, 0xFFFFFFFFu);
-    EXPECT_EQ(sdl_renderer, nullptr) << "nothing to show it with under hardware graphics";
-    expect_hardware_frame();
-    switch_to(0xFF80);
-    EXPECT_EQ(is_software_rendering, 1);
-    EXPECT_EQ(sdl_texture_width * 1000 + sdl_texture_height, 64048) << "the window's size";
-    expect_software_frame();
-    expect_hardware_frame();
-    switch_to(0xFF00);
-    EXPECT_EQ(is_software_rendering, 0);
-    EXPECT_EQ(opengl_context, context);
-    expect_software_frame();
-    expect_hardware_frame();
-    display_close();
-    show_software(64, 48, 0xFFFFFFFFu);
-    ASSERT_TRUE(open(0));
-    show_software(64, 48, 0xFFFFFFFFu);
-    expect_hardware_frame();
-}
-
 TEST_F(DisplayTest, SettersReachTheWindowWithTheLowByteOfATruthValue) {
     ASSERT_TRUE(open(0));
     const auto has = [](u32 flag) { return (window_flags() & flag) != 0; };
     const std::pair<const char*, std::function<bool()>> setters[] = {
+        {"display_set_software_graphics", [] { return is_software_rendering == 1; }},
         {"display_set_visible", [&] { return has(SDL_WINDOW_SHOWN); }},
         {"display_set_border", [] { return bordered == SDL_TRUE; }},
         {"display_set_grab", [&] { return has(SDL_WINDOW_MOUSE_GRABBED); }},
@@ -324,45 +281,37 @@ TEST_F(DisplayTest, SettersReachTheWindowWithTheLowByteOfATruthValue) {
         }
         display_set_visible(1);
     }
+    EXPECT_EQ(sdl_texture_width * 1000 + sdl_texture_height, 64048) << "the window's size";
+    const u32 icon[] = {0x44332211, 0x88776655};
+    display_set_icon(2, 1, icon);
+    EXPECT_EQ(icon_pixels, std::vector<u32>(icon, icon + 2)) << "red first, alpha last";
     display_maximize();
     display_minimize();
     display_restore();
-    EXPECT_EQ(window_calls, (std::vector<std::string>{"SDL_MaximizeWindow", "SDL_MinimizeWindow",
-                                                      "SDL_RestoreWindow"}));
+    EXPECT_EQ(window_calls, "maximize minimize restore ");
     EXPECT_EQ(fullscreen, 0);
 }
 
 TEST_F(DisplayTest, InfoIsTheWindowsUnlessItWasOpenedFullscreen) {
     SDL_DisplayMode desktop = {};
     SDL_GetDesktopDisplayMode(0, &desktop);
-    ASSERT_NE(desktop.w, 64);
     const auto expect_info = [](i32 width, i32 height, i32 refresh_rate) {
         DisplayInfo info = {1, 2, 3};
         display_get_info(&info);
-        EXPECT_EQ((std::vector{info.width, info.height, info.refresh_rate}),
-                  (std::vector{width, height, refresh_rate}));
-    };
-    const auto expect_mode = [&] {
-        EXPECT_EQ(fullscreen, 1);
-        SDL_DisplayMode mode = {};
-        SDL_GetWindowDisplayMode(window(), &mode);
-        expect_info(mode.w, mode.h, desktop.refresh_rate);
+        EXPECT_EQ((std::array{info.width, info.height, info.refresh_rate}),
+                  (std::array{width, height, refresh_rate}));
     };
     expect_info(0, 0, 0);
     ASSERT_TRUE(open(DISPLAY_SOFTWARE));
-    expect_info(64, 48, desktop.refresh_rate);
     display_set_size(50, 40);
     expect_info(50, 40, desktop.refresh_rate);
-    display_set_fullscreen(1);
-    int width = 0;
-    int height = 0;
-    SDL_GetWindowSize(window(), &width, &height);
-    expect_info(width, height, desktop.refresh_rate);
     display_close();
     ASSERT_TRUE(open(DISPLAY_SOFTWARE | DISPLAY_FULLSCREEN));
-    expect_mode();
     display_set_fullscreen(0);
-    expect_mode();
+    display_set_size(50, 40);
+    SDL_DisplayMode mode = {};
+    SDL_GetWindowDisplayMode(window(), &mode);
+    expect_info(mode.w, mode.h, desktop.refresh_rate);
     display_close();
     expect_info(0, 0, 0);
 }
@@ -382,20 +331,172 @@ TEST_F(DisplayDeathTest, TheProcessEndsWithABoxWhereHardwareGraphicsCannotBe) {
         open(DISPLAY_SOFTWARE);
         display_set_software_graphics(0);
     };
-    const struct {
-        const char* name;
-        std::string box;
-        std::function<void()> act;
-    } cases[] = {
-        {"sync without a window", no_window, [] { display_set_vsync(0); }},
-        {"hardware without a window", no_window, [] { display_set_software_graphics(0); }},
-        {"no window", no_window, [&] { open_with("SDL_VIDEODRIVER", "dummy"); }},
-        {"no video", no_window, [&] { open_with("SDL_VIDEODRIVER", "nonexistent"); }},
-        {"hardware in a software window", no_opengl, switch_in_software_window},
-        {"an old driver", no_opengl, [&] { open_with("MESA_GL_VERSION_OVERRIDE", "3.2"); }},
+    const std::pair<std::string, std::function<void()>> cases[] = {
+        {no_window, [] { display_set_vsync(0); }},
+        {no_window, [&] { open_with("SDL_VIDEODRIVER", "dummy"); }},
+        {no_window, [&] { open_with("SDL_VIDEODRIVER", "nonexistent"); }},
+        {no_opengl, switch_in_software_window},
+        {no_opengl, [&] { open_with("MESA_GL_VERSION_OVERRIDE", "3.2"); }},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EXIT(c.act(); _exit(0), testing::ExitedWithCode(1), "^" + c.box + "$");
+    for (const auto& [box, act] : cases) {
+        SCOPED_TRACE(&act - &cases[0].second);
+        EXPECT_EXIT(act(); _exit(0), testing::ExitedWithCode(1), "^" + box + "$");
+    }
+}
+
+namespace {
+
+// What a host with no luck may call at any time, whatever has been started.
+void call_everything_harmless() {
+    u32 pixels[16] = {};
+    i32 x = 0;
+    i32 y = 0;
+    Slice bytes = {};
+    DisplayInfo info = {1, 2, 3};
+    display_set_size(50, 40);
+    display_set_title(slice("title"));
+    display_set_icon(4, 4, pixels);
+    display_set_icon(0, 0, pixels);
+    display_set_icon(-1, 0x20000000, pixels);
+    display_set_icon(4, 4, nullptr);
+    display_set_content(4, 4, pixels);
+    display_set_content(-4, 4, pixels);
+    display_set_content(1, 1, nullptr);
+    for (const u8 on : {u8{1}, u8{0}}) {
+        display_set_visible(on);
+        display_set_border(on);
+        display_set_fullscreen(on);
+        display_set_grab(on);
+        input_mouse_set_visible(on);
+        input_mouse_set_relative(on);
+    }
+    display_get_info(&info);
+    input_poll();
+    display_file_dropped(&bytes);
+    display_is_resized(&x, &y);
+    input_mouse_global_position(&x, &y);
+    input_mouse_set_position(3, 4);
+    input_mouse_set_global_position(3, 4);
+    for (u32 cursor = 0; cursor < 256; cursor++) {
+        input_mouse_set_cursor(static_cast<u8>(cursor));
+    }
+    input_mouse_is_haptic();
+    input_key_modifiers();
+}
+
+void live_everywhere(const char* driver) {
+    const auto switch_and_call = [] {
+        display_set_vsync(1);
+        display_set_software_graphics(1);
+        call_everything_harmless();
+    };
+    system_release();
+    setenv("SDL_VIDEODRIVER", driver, 1);
+    call_everything_harmless();
+    for (const u32 flags : {0u, u32{SYSTEM_INIT_EVENTS}, 0xFFFFFFFFu}) {
+        system_init(flags);
+        call_everything_harmless();
+        display_open(64, 48, slice("display"), DISPLAY_SOFTWARE, 0);
+        call_everything_harmless();
+        switch_and_call();
+        display_close();
+        switch_and_call();
+        system_release();
+        switch_and_call();
+        display_close();
+        call_everything_harmless();
+    }
+    std::exit(0);
+}
+
+// Calls in any order that doesn't end the process, beside a model of what they should leave.
+class RandomHost {
+public:
+    explicit RandomHost(u32 seed) : random_(seed) {
+    }
+
+    void step() {
+        switch (random_() % 12) {
+        case 0: open(false); break;
+        case 1: open(true); break;
+        case 2: close(); break;
+        case 3: switch_to(true); break;
+        case 4: switch_to(false); break;
+        case 5: vsync(); break;
+        case 6: restart(); break;
+        case 7: display_set_size(static_cast<i32>(20 + random_() % 90), 48); break;
+        case 8: call_everything_harmless(); break;
+        default: input_poll();
+        }
+        EXPECT_EQ(sdl_window != nullptr, is_open_ || is_dead_);
+        EXPECT_EQ(is_software_rendering != 0, software_);
+        if (takes_opengl_) expect_hardware_frame();
+        if (has_renderer_) {
+            expect_software_frame();
+        } else {
+            show_software(8, 8, 0);
+        }
+    }
+
+private:
+    void open(bool software) {
+        const bool opened = display_open(64, 48, slice("random"),
+                                         software ? DISPLAY_SOFTWARE : DISPLAY_RESIZABLE, 0) != 0;
+        EXPECT_EQ(opened, !is_open_ && !is_dead_);
+        if (!opened) return;
+        is_open_ = true;
+        software_ = has_renderer_ = software;
+        takes_opengl_ = !software;
+    }
+
+    void close() {
+        display_close();
+        is_open_ = is_dead_ = takes_opengl_ = has_renderer_ = false;
+    }
+
+    void switch_to(bool software) {
+        if (!software && opengl_initialized == 0) return;
+        display_set_software_graphics(software);
+        software_ = software;
+        if (software) has_renderer_ = is_open_;
+    }
+
+    void vsync() {
+        if (!software_ && opengl_initialized == 0) return;
+        display_set_vsync(0);
+        if (software_) has_renderer_ = is_open_;
+    }
+
+    void restart() {
+        if (random_() % 4 != 0) return;
+        system_release();
+        if (random_() % 2 == 0) call_everything_harmless();
+        system_init(SYSTEM_INIT_VIDEO | (random_() % 2 == 0 ? SYSTEM_INIT_EVENTS : 0));
+        is_dead_ = is_dead_ || is_open_;
+        is_open_ = takes_opengl_ = has_renderer_ = false;
+    }
+
+    std::mt19937 random_;
+    bool is_open_ = false;
+    bool is_dead_ = false;      // ended by system_release, not yet by display_close
+    bool takes_opengl_ = false; // the window was opened for hardware graphics
+    bool software_ = false;
+    bool has_renderer_ = false;
+};
+
+} // namespace
+
+TEST_F(DisplayDeathTest, NoOrderOfCallsCrashesWhereverTheLibraryRuns) {
+    for (const char* driver : {"offscreen", "dummy", "nonexistent"}) {
+        EXPECT_EXIT(live_everywhere(driver), testing::ExitedWithCode(0), "") << driver;
+    }
+}
+
+TEST_F(DisplayTest, EveryAllowedOrderOfCallsKeepsBothWaysOfPresentingAlive) {
+    RandomHost host(1);
+    for (int i = 0; i < 3000; i++) {
+        SCOPED_TRACE(i);
+        host.step();
+        ASSERT_FALSE(HasFailure());
     }
 }

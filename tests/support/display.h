@@ -35,12 +35,6 @@ inline bool gl_is_enabled(u32 capability) {
     return is_enabled(capability) != 0;
 }
 
-inline int gl_integer(u32 name) {
-    int value = -1;
-    reinterpret_cast<void (*)(u32, int*)>(SDL_GL_GetProcAddress("glGetIntegerv"))(name, &value);
-    return value;
-}
-
 // Another opaque colour each time: 0xAABBGGRR, the order of bytes in memory.
 inline u32 new_colour() {
     static u32 colour = 0;
