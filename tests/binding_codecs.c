@@ -3,24 +3,20 @@
  * too: in a host, or in a library that a host brings along. Whatever it takes from the heap it
  * counts, so that a call which went astray shows. */
 
+#include <math.h>
+#include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 
-void* codecs_allocate(size_t size);
-void* codecs_resize(void* block, size_t size);
-extern int codecs_taken;
+int codecs_taken = 0;
 
-#define STBI_MALLOC(size)           codecs_allocate(size)
-#define STBI_REALLOC(block, size)   codecs_resize(block, size)
-#define STBI_FREE(block)            free(block)
-#define STBIW_MALLOC(size)          codecs_allocate(size)
-#define STBIW_REALLOC(block, size)  codecs_resize(block, size)
-#define STBIW_FREE(block)           free(block)
-#define DRWAV_MALLOC(size)          codecs_allocate(size)
-#define DRWAV_REALLOC(block, size)  codecs_resize(block, size)
-#define DRWAV_FREE(block)           free(block)
-#define DRFLAC_MALLOC(size)         codecs_allocate(size)
-#define DRFLAC_REALLOC(block, size) codecs_resize(block, size)
-#define DRFLAC_FREE(block)          free(block)
+static void* counted(void* block) {
+    codecs_taken++;
+    return block;
+}
+
+#define malloc(size)         counted(malloc(size))
+#define realloc(block, size) counted(realloc(block, size))
 #define STB_IMAGE_IMPLEMENTATION
 #define STB_IMAGE_WRITE_IMPLEMENTATION
 #define DR_WAV_IMPLEMENTATION
@@ -32,23 +28,7 @@ extern int codecs_taken;
 
 #include <gl.c>
 
-#define malloc(size)         codecs_allocate(size)
-#define realloc(block, size) codecs_resize(block, size)
 #include <stb_vorbis.c>
-#undef malloc
-#undef realloc
-
-int codecs_taken = 0;
-
-void* codecs_allocate(size_t size) {
-    codecs_taken++;
-    return malloc(size);
-}
-
-void* codecs_resize(void* block, size_t size) {
-    codecs_taken++;
-    return realloc(block, size);
-}
 
 static int clears;
 
@@ -83,42 +63,39 @@ static const char* sound(const char* folder, const char* name) {
     return path;
 }
 
+/* Whether this copy has worked since it was asked before, and with success. */
+static int worked(const void* result) {
+    static int before = 0;
+    const int has_worked = codecs_taken != before && result != NULL;
+    before = codecs_taken;
+    return has_worked;
+}
+
 /* Uses each codec; null, or the name of the one that isn't this copy. */
 const char* use_codecs(const char* folder);
 const char* use_codecs(const char* folder) {
     unsigned char pixels[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
-    int width = 0, height = 0, channels = 0, rate = 0, taken = codecs_taken;
+    int width = 0, height = 0, channels = 0, rate = 0;
     unsigned int wide_channels = 0, wide_rate = 0;
-    drwav_uint64 frames = 0;
-    drflac_uint64 flac_frames = 0;
+    unsigned long long frames = 0;
     short* samples = NULL;
 
     unsigned char* const png = stbi_write_png_to_mem(pixels, 6, 2, 2, 3, &width);
-    if (codecs_taken == taken || png == NULL) return "stb_image_write";
-    taken = codecs_taken;
+    if (!worked(png)) return "stb_image_write";
     unsigned char* const image = stbi_load_from_memory(png, width, &width, &height, &channels, 3);
-    if (codecs_taken == taken || image == NULL || memcmp(image, pixels, 12) != 0)
-        return "stb_image";
-    if (stbi_load_from_memory(pixels, 12, &width, &height, &channels, 3) != NULL ||
-        stbi_failure_reason() == NULL)
-        return "stb_image's reasons";
-    stbi_image_free(image);
+    if (!worked(image) || memcmp(image, pixels, 12) != 0) return "stb_image";
+    free(image);
     free(png);
-
-    taken = codecs_taken;
     void* block = drwav_open_file_and_read_pcm_frames_s16(sound(folder, "s16.wav"), &wide_channels,
                                                           &wide_rate, &frames, NULL);
-    if (codecs_taken == taken || block == NULL) return "dr_wav";
-    drwav_free(block, NULL);
-    taken = codecs_taken;
+    if (!worked(block)) return "dr_wav";
+    free(block);
     block = drflac_open_file_and_read_pcm_frames_s16(sound(folder, "s16.flac"), &wide_channels,
-                                                     &wide_rate, &flac_frames, NULL);
-    if (codecs_taken == taken || block == NULL) return "dr_flac";
-    drflac_free(block, NULL);
-    taken = codecs_taken;
-    if (stb_vorbis_decode_filename(sound(folder, "stereo.ogg"), &channels, &rate, &samples) <= 0 ||
-        codecs_taken == taken)
-        return "stb_vorbis";
+                                                     &wide_rate, &frames, NULL);
+    if (!worked(block)) return "dr_flac";
+    free(block);
+    stb_vorbis_decode_filename(sound(folder, "stereo.ogg"), &channels, &rate, &samples);
+    if (!worked(samples)) return "stb_vorbis";
     free(samples);
 
     if (gladLoadGL(find) == 0 || glad_glClear != clear_in_place_of_opengl) return "glad";

@@ -1,13 +1,11 @@
 /* SPDX-License-Identifier: Zlib */
-/* A host beside whose own code the library has to live: it has functions and variables under the
- * library's names, and another copy of the codecs, in itself (HOST_HAS_CODECS) or in a library of
- * its own. Each side has to call and read what is its own, whoever comes first.
+/* A host as they come: C, knows the library by file name alone, finds everything by name, and
+ * leaves rubbish wherever the boundary says that it doesn't count: every argument below that is
+ * narrower than a register is passed through a prototype that is wider. It has functions and
+ * variables under the library's names, and other copies of the codecs, in itself and in a library
+ * of its own. Each side has to call and read what is its own, whoever comes first.
  *
- * binding_host LIBRARY SAMPLES              codecs in the host; the library is linked
- * binding_host LIBRARY SAMPLES MODE         codecs in the host; the library is loaded
- * binding_host LIBRARY SAMPLES MODE CODECS [first]
- *                                           two libraries; the codecs come second, or first
- * MODE is local, global, or linked, which finds what the program was linked against. */
+ * binding_host LIBRARY SAMPLES CODECS local|global ours_first|theirs_first */
 
 #include <dlfcn.h>
 #include <stdint.h>
@@ -47,22 +45,18 @@ static int taken; /* calls that the library should have kept to itself */
 
 IMPOSTOR(image_memory_allocate)
 IMPOSTOR(audio_memory_allocate)
-IMPOSTOR(append_character)
-IMPOSTOR(system_allocate)
-IMPOSTOR(print_failure_line)
-IMPOSTOR(init_opengl_renderer)
-IMPOSTOR(live_window)
 IMPOSTOR(file_open)
+IMPOSTOR(file_close)
 IMPOSTOR(image_get_buffer_position)
-IMPOSTOR(audio_stream_read)
-IMPOSTOR(system_sleep)
+IMPOSTOR(audio_wave_convert)
 
 EXPORTED int32_t temporary_pos = -5;
 EXPORTED void* sdl_window = (void*)1;
 EXPORTED uint8_t fullscreen = 9;
-EXPORTED uint32_t sdl_window_id = 0xFFFFFFFF;
-EXPORTED char selectors[100], audio_streams[100];
 
+static const uint64_t above = 0x7777777700000000u;   /* rubbish above 32 bits ... */
+static const uint64_t rubbish = 0xA5A5A5A5A5A5A500u; /* ... and above 8 */
+static void* library;
 static int failures;
 
 static void check(int holds, const char* what) {
@@ -71,57 +65,84 @@ static void check(int holds, const char* what) {
     failures++;
 }
 
-static void find(void* library, const char* name, void* function_pointer) {
-    void* found = dlsym(library, name);
+static void find(void* from, const char* name, void* pointer) {
+    void* const found = dlsym(from, name);
     if (found == NULL) {
         fprintf(stderr, "not exported: %s\n", name);
         exit(2);
     }
-    memcpy(function_pointer, &found, sizeof(found));
+    memcpy(pointer, &found, sizeof(found));
 }
 
 static void* load(const char* path, const char* mode) {
-    int how = RTLD_LOCAL;
-    if (strcmp(mode, "global") == 0) how = RTLD_GLOBAL;
-    if (strcmp(mode, "linked") == 0) how = RTLD_NOLOAD;
-    void* library = dlopen(path, RTLD_NOW | how);
-    if (library == NULL) {
+    const int scope = strcmp(mode, "global") == 0 ? RTLD_GLOBAL : RTLD_LOCAL;
+    void* const loaded = dlopen(path, RTLD_NOW | scope);
+    if (loaded == NULL) {
         fprintf(stderr, "%s: %s\n", path, dlerror());
         exit(2);
     }
-    return library;
+    return loaded;
 }
 
-static _Alignas(16) unsigned char memory[1 << 20];
+static unsigned char memory[1 << 20] __attribute__((aligned(16)));
 
 static int is_lent(const void* data) {
     const unsigned char* byte = data;
     return byte >= memory && byte < memory + sizeof(memory);
 }
 
-static void use_images(void* library) {
-    void (*image_set_buffer)(int64_t, void*);
-    uint8_t (*image_save)(Image, Slice, int8_t);
-    void (*image_load)(Image*, Slice, int8_t);
-    find(library, "image_set_buffer", &image_set_buffer);
-    find(library, "image_save", &image_save);
-    find(library, "image_load", &image_load);
-    unsigned char pixels[3] = {1, 2, 3};
-    char path[64];
-    snprintf(path, sizeof(path), "/tmp/binding-%d.png", (int)getpid());
-    const Slice file = {path, (int64_t)strlen(path)};
-    const Image picture = {pixels, 1, 1};
-    Image loaded = {NULL, 0, 0};
-    image_set_buffer(sizeof(memory), memory);
-    check(image_save(picture, file, 3) == 1, "image_save writes");
-    image_load(&loaded, file, 3);
-    check(is_lent(loaded.data) && memcmp(loaded.data, pixels, 3) == 0, "image_load reads");
-    remove(path);
+static void use_files(Slice path) {
+    void* (*open_file)(Slice, uint64_t);
+    void (*close_file)(void*);
+    void (*file_write_byte)(void*, uint64_t);
+    int64_t (*file_size)(void*);
+    find(library, "file_open", &open_file);
+    find(library, "file_close", &close_file);
+    find(library, "file_write_byte", &file_write_byte);
+    find(library, "file_size", &file_size);
+    check(open_file(path, rubbish) == NULL, "no file has mode 0");
+    void* const file = open_file(path, rubbish | 1);
+    file_write_byte(file, rubbish | 0x7F);
+    check(file_size(file) == 1, "one byte is written");
+    close_file(file);
+    FILE* const written = fopen(path.data, "rb");
+    check(fgetc(written) == 0x7F && fgetc(written) == EOF, "it is the low one");
+    fclose(written);
 }
 
-static void use_sounds(void* library, const char* samples) {
+static void use_images(Slice path) {
+    void (*image_set_buffer)(int64_t, void*);
+    void (*image_set_flip)(uint64_t);
+    uint8_t (*image_save)(Image, Slice, uint64_t);
+    void (*image_load)(Image*, Slice, uint64_t);
+    find(library, "image_set_buffer", &image_set_buffer);
+    find(library, "image_set_flip", &image_set_flip);
+    find(library, "image_save", &image_save);
+    find(library, "image_load", &image_load);
+    unsigned char pixels[6] = {10, 20, 30, 40, 50, 60};
+    const Image picture = {pixels, 1, 2};
+    const uint64_t flips[] = {rubbish | 0x80, rubbish};
+    image_set_buffer(sizeof(memory), memory);
+    check(image_save(picture, path, rubbish | 3) == 1, "image_save writes");
+    for (int i = 0; i < 2; i++) {
+        struct {
+            uint64_t before;
+            Image image;
+            uint64_t behind;
+        } loaded = {rubbish, {NULL, 0, 0}, rubbish};
+        image_set_flip(flips[i]);
+        image_load(&loaded.image, path, rubbish | 3);
+        check(is_lent(loaded.image.data) && memcmp(loaded.image.data, pixels + 3 - 3 * i, 3) == 0,
+              "image_load reads");
+        check(loaded.image.width == 1 && loaded.image.height == 2, "the picture has its size");
+        check(loaded.before == rubbish && loaded.behind == rubbish,
+              "nothing but the record is set");
+    }
+}
+
+static void use_sounds(const char* samples) {
     void (*audio_set_buffer)(int64_t, void*);
-    void (*audio_wave_load)(Wave*, uint8_t, Slice);
+    void (*audio_wave_load)(Wave*, uint64_t, Slice);
     find(library, "audio_set_buffer", &audio_set_buffer);
     find(library, "audio_wave_load", &audio_wave_load);
     const char* const names[] = {"s16.wav", "s16.flac", "stereo.ogg"};
@@ -130,66 +151,75 @@ static void use_sounds(void* library, const char* samples) {
         const Slice file = {path, snprintf(path, sizeof(path), "%s/%s", samples, names[i])};
         Wave wave = {0, 0, 0, 0, NULL};
         audio_set_buffer(sizeof(memory), memory);
-        audio_wave_load(&wave, 2, file);
+        audio_wave_load(&wave, rubbish | 2, file);
         check(is_lent(wave.data) && wave.size > 0, names[i]);
     }
 }
 
-static void use_display(void* library) {
-    void (*system_init)(uint32_t);
+static void use_display(void) {
+    void (*system_init)(uint64_t);
     void (*system_release)(void);
-    uint8_t (*display_open)(int32_t, int32_t, Slice, uint16_t, int32_t);
+    uint8_t (*display_open)(uint64_t, uint64_t, Slice, uint64_t, uint64_t);
     void (*display_close)(void);
-    void (*pipeline_clear_color)(uint32_t, uint32_t, uint32_t, uint32_t);
-    void (*pipeline_clear)(uint32_t);
-    void (*pipeline_read_pixels)(int32_t, int32_t, int32_t, int32_t, uint32_t, uint32_t, void*);
+    void (*clear_color)(uint64_t, uint64_t, uint64_t, uint64_t);
+    void (*color_mask)(uint64_t, uint64_t, uint64_t, uint64_t);
+    void (*clear)(uint64_t);
+    void (*read_pixels)(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, void*);
     find(library, "system_init", &system_init);
     find(library, "system_release", &system_release);
     find(library, "display_open", &display_open);
     find(library, "display_close", &display_close);
-    find(library, "pipeline_clear_color", &pipeline_clear_color);
-    find(library, "pipeline_clear", &pipeline_clear);
-    find(library, "pipeline_read_pixels", &pipeline_read_pixels);
+    find(library, "pipeline_clear_color", &clear_color);
+    find(library, "pipeline_color_mask", &color_mask);
+    find(library, "pipeline_clear", &clear);
+    find(library, "pipeline_read_pixels", &read_pixels);
     const Slice title = {"binding", 7};
-    const uint32_t one = 0x3F800000;
+    const uint64_t one = above | 0x3F800000;
     uint32_t pixel = 0;
-    system_init(4 | 8);
-    check(display_open(32, 32, title, 1, 0) == 1, "display_open opens");
+    system_init(above | 4 | 8);
+    check(display_open(above | 32, above | 32, title, 0xCCCCCCCCCCCC0001u, above) == 1,
+          "display_open opens");
     check(*(void**)dlsym(library, "sdl_window") != NULL, "the library's sdl_window is set");
+    check(*(uint8_t*)dlsym(library, "is_software_rendering") == 0, "it draws by OpenGL");
     check(*(int32_t*)dlsym(library, "temporary_pos") > 0, "the library's temporary_pos moves");
-    pipeline_clear_color(one, 0, one, one);
-    pipeline_clear(4);
-    pipeline_read_pixels(1, 1, 1, 1, 8, 0, &pixel);
-    check(pixel == 0xFFFF00FF, "the library clears by OpenGL");
+    clear_color(one, above, one, one);
+    color_mask(rubbish | 1, rubbish | 2, rubbish | 0x80, rubbish | 1);
+    clear(above | 4);
+    color_mask(rubbish, rubbish, 0x200, 0);
+    clear_color(0, 0, 0, 0);
+    clear(4);
+    read_pixels(above | 1, above | 1, above | 1, above | 1, above | 8, above, &pixel);
+    check(pixel == 0xFFFF00FF, "the first colour is written, the second masked off");
     display_close();
     system_release();
 }
 
 int main(int argc, char** argv) {
-    if (argc < 3) return 2;
-    const char* const samples = argv[2];
-    const char* const mode = argc > 3 ? argv[3] : "linked";
-    void *library = NULL, *codecs = NULL;
-    if (argc > 5) codecs = load(argv[4], mode);
+    char path[] = "/tmp/binding-XXXXXX.png";
+    const Slice file = {path, sizeof(path) - 1};
+    if (argc != 6 || mkstemps(path, 4) < 0) return 2;
+    const char *const samples = argv[2], *const mode = argv[4];
+    void* copies[2] = {dlopen(NULL, RTLD_NOW), NULL};
+    if (strcmp(argv[5], "theirs_first") == 0) copies[1] = load(argv[3], mode);
     library = load(argv[1], mode);
-    if (argc == 5) codecs = load(argv[4], mode);
-#ifdef HOST_HAS_CODECS
-    codecs = dlopen(NULL, RTLD_NOW);
-#endif
-    const char* (*use_codecs)(const char*);
-    int* codecs_taken;
-    find(codecs, "use_codecs", &use_codecs);
-    find(codecs, "codecs_taken", &codecs_taken);
+    copies[1] = load(argv[3], mode);
 
     for (int round = 0; round < 2; round++) {
-        const char* const astray = use_codecs(samples);
-        if (astray != NULL) fprintf(stderr, "not the host's: %s\n", astray);
-        failures += astray != NULL;
-        const int before = *codecs_taken;
-        use_images(library);
-        use_sounds(library, samples);
-        use_display(library);
-        check(*codecs_taken == before, "the library uses its own codecs");
+        const char* (*use_codecs)(const char*);
+        int *codecs_taken[2], before[2];
+        for (int i = 0; i < 2; i++) {
+            find(copies[i], "use_codecs", &use_codecs);
+            find(copies[i], "codecs_taken", &codecs_taken[i]);
+            const char* const astray = use_codecs(samples);
+            check(astray == NULL, astray);
+        }
+        memcpy(before, (int[]){*codecs_taken[0], *codecs_taken[1]}, sizeof(before));
+        use_files(file);
+        use_images(file);
+        use_sounds(samples);
+        use_display();
+        check(*codecs_taken[0] == before[0] && *codecs_taken[1] == before[1],
+              "the library uses its own codecs");
         if (strcmp(mode, "local") != 0) continue;
         check(dlclose(library) == 0 && dlopen(argv[1], RTLD_NOW | RTLD_NOLOAD) == NULL,
               "the library goes");
@@ -198,9 +228,9 @@ int main(int argc, char** argv) {
               "nothing is left of its first life");
     }
 
+    remove(path);
     check(taken == 0, "the library calls its own functions");
-    check(temporary_pos == -5 && sdl_window == (void*)1 && fullscreen == 9 &&
-              sdl_window_id == 0xFFFFFFFF,
+    check(temporary_pos == -5 && sdl_window == (void*)1 && fullscreen == 9,
           "the host's variables stay the host's");
     return failures != 0;
 }

@@ -13,13 +13,10 @@ export PKG_CONFIG_PATH=${pc%/*}
 
 cmake -S "$sources" -B "$work/cmake" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" > /dev/null
 cmake --build "$work/cmake" > "$work/log" || { cat "$work/log"; exit 1; }
-"$work/cmake/consumer_c"
-"$work/cmake/consumer_cpp"
+"$work/cmake/consumer"
 
 flags=$(pkg-config --define-variable=prefix="$work/prefix" --cflags --libs halvorin-system)
-for compiler in gcc clang; do
-    # shellcheck disable=SC2086
-    "$compiler" "$sources/consumer.c" $flags -Wl,-rpath,"$(dirname "${pc%/*}")" -o "$work/by_pkg_config"
-    "$work/by_pkg_config"
-done
+# shellcheck disable=SC2086
+c++ -x c++ "$sources/consumer.c" -x none $flags -Wl,-rpath,"$(dirname "${pc%/*}")" -o "$work/by_pkg_config"
+"$work/by_pkg_config"
 test "$(pkg-config --modversion halvorin-system)" = "$3"

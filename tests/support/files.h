@@ -10,7 +10,6 @@
 #include <fstream>
 #include <map>
 #include <set>
-#include <stdexcept>
 #include <string>
 
 #include <sys/stat.h>
@@ -57,18 +56,15 @@ inline std::map<std::string, std::string> snapshot(const fs::path& directory) {
 
 inline fs::path fresh_directory(const fs::path& parent) {
     std::string path = (parent / "files-test-XXXXXX").native();
-    if (mkdtemp(path.data()) == nullptr)
-        throw std::runtime_error("no directory in " + parent.native());
+    EXPECT_NE(mkdtemp(path.data()), nullptr) << path;
     return path;
 }
 
+// With one of each: a file, a hard link to it, directories, links to a file, to a directory and to
+// nowhere. No test may leave a descriptor open.
 class Files : public ::testing::Test {
 protected:
-    void TearDown() override {
-        fs::remove_all(root);
-    }
-    // One of each: file, hard link to it, directories, links to a file, to a directory, to nowhere.
-    void make_one_of_each() const {
+    Files() {
         write_text(root / "file", "content");
         write_text(root / "other", "other content");
         fs::create_hard_link(root / "file", root / "hard");
@@ -80,6 +76,11 @@ protected:
         fs::create_symlink("nothing", root / "dangling");
         mkfifo((root / "fifo").c_str(), 0666);
     }
+    void TearDown() override {
+        EXPECT_EQ(open_descriptors(), descriptors);
+        fs::remove_all(root);
+    }
+    const int descriptors = open_descriptors();
     const fs::path root = fresh_directory(fs::temp_directory_path());
 };
 

@@ -9,8 +9,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <malloc.h>
+#include <string>
 
 namespace endurance {
 
@@ -21,28 +24,18 @@ struct holdings {
 };
 
 inline i64 entries_of(const char* path) {
-    DIR* const directory = opendir(path);
-    i64 count = 0;
-    while (const dirent* const entry = readdir(directory)) {
-        count += entry->d_name[0] != '.';
-    }
-    closedir(directory);
-    return count;
+    return std::distance(std::filesystem::directory_iterator(path), {});
 }
 
 inline i64 private_bytes() {
-    FILE* const file = std::fopen("/proc/self/smaps_rollup", "r");
-    char line[200];
+    std::ifstream file("/proc/self/smaps_rollup");
     i64 sum = 0;
     i64 kilobytes = 0;
-    while (std::fgets(line, sizeof line, file) != nullptr) {
-        if (std::sscanf(line, "Private_Clean: %ld", &kilobytes) == 1 ||
-            std::sscanf(line, "Private_Dirty: %ld", &kilobytes) == 1 ||
-            std::sscanf(line, "Swap: %ld", &kilobytes) == 1) {
-            sum += kilobytes * 1024;
-        }
+    for (std::string word; file >> word;) {
+        if (word != "Private_Clean:" && word != "Private_Dirty:" && word != "Swap:") continue;
+        file >> kilobytes;
+        sum += kilobytes * 1024;
     }
-    std::fclose(file);
     return sum;
 }
 

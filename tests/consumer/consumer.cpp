@@ -1,2 +1,0 @@
-// SPDX-License-Identifier: Zlib
-#include "consumer.c"
