@@ -74,6 +74,11 @@ static void find(void* from, const char* name, void* pointer) {
     memcpy(pointer, &found, sizeof(found));
 }
 
+/* A function of the library's, under a prototype of ours. */
+#define FUNCTION(result, name, ...)                                                                \
+    result (*name)(__VA_ARGS__);                                                                   \
+    find(library, #name, &name)
+
 static void* load(const char* path, const char* mode) {
     const int scope = strcmp(mode, "global") == 0 ? RTLD_GLOBAL : RTLD_LOCAL;
     void* const loaded = dlopen(path, RTLD_NOW | scope);
@@ -92,33 +97,25 @@ static int is_lent(const void* data) {
 }
 
 static void use_files(Slice path) {
-    void* (*open_file)(Slice, uint64_t);
-    void (*close_file)(void*);
-    void (*file_write_byte)(void*, uint64_t);
-    int64_t (*file_size)(void*);
-    find(library, "file_open", &open_file);
-    find(library, "file_close", &close_file);
-    find(library, "file_write_byte", &file_write_byte);
-    find(library, "file_size", &file_size);
-    check(open_file(path, rubbish) == NULL, "no file has mode 0");
-    void* const file = open_file(path, rubbish | 1);
+    FUNCTION(void*, file_open, Slice, uint64_t);
+    FUNCTION(void, file_close, void*);
+    FUNCTION(void, file_write_byte, void*, uint64_t);
+    FUNCTION(int64_t, file_size, void*);
+    check(file_open(path, rubbish) == NULL, "no file has mode 0");
+    void* const file = file_open(path, rubbish | 1);
     file_write_byte(file, rubbish | 0x7F);
     check(file_size(file) == 1, "one byte is written");
-    close_file(file);
+    file_close(file);
     FILE* const written = fopen(path.data, "rb");
     check(fgetc(written) == 0x7F && fgetc(written) == EOF, "it is the low one");
     fclose(written);
 }
 
 static void use_images(Slice path) {
-    void (*image_set_buffer)(int64_t, void*);
-    void (*image_set_flip)(uint64_t);
-    uint8_t (*image_save)(Image, Slice, uint64_t);
-    void (*image_load)(Image*, Slice, uint64_t);
-    find(library, "image_set_buffer", &image_set_buffer);
-    find(library, "image_set_flip", &image_set_flip);
-    find(library, "image_save", &image_save);
-    find(library, "image_load", &image_load);
+    FUNCTION(void, image_set_buffer, int64_t, void*);
+    FUNCTION(void, image_set_flip, uint64_t);
+    FUNCTION(uint8_t, image_save, Image, Slice, uint64_t);
+    FUNCTION(void, image_load, Image*, Slice, uint64_t);
     unsigned char pixels[6] = {10, 20, 30, 40, 50, 60};
     const Image picture = {pixels, 1, 2};
     const uint64_t flips[] = {rubbish | 0x80, rubbish};
@@ -141,10 +138,8 @@ static void use_images(Slice path) {
 }
 
 static void use_sounds(const char* samples) {
-    void (*audio_set_buffer)(int64_t, void*);
-    void (*audio_wave_load)(Wave*, uint64_t, Slice);
-    find(library, "audio_set_buffer", &audio_set_buffer);
-    find(library, "audio_wave_load", &audio_wave_load);
+    FUNCTION(void, audio_set_buffer, int64_t, void*);
+    FUNCTION(void, audio_wave_load, Wave*, uint64_t, Slice);
     const char* const names[] = {"s16.wav", "s16.flac", "stereo.ogg"};
     for (int i = 0; i < 3; i++) {
         char path[4096];
@@ -157,22 +152,15 @@ static void use_sounds(const char* samples) {
 }
 
 static void use_display(void) {
-    void (*system_init)(uint64_t);
-    void (*system_release)(void);
-    uint8_t (*display_open)(uint64_t, uint64_t, Slice, uint64_t, uint64_t);
-    void (*display_close)(void);
-    void (*clear_color)(uint64_t, uint64_t, uint64_t, uint64_t);
-    void (*color_mask)(uint64_t, uint64_t, uint64_t, uint64_t);
-    void (*clear)(uint64_t);
-    void (*read_pixels)(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, void*);
-    find(library, "system_init", &system_init);
-    find(library, "system_release", &system_release);
-    find(library, "display_open", &display_open);
-    find(library, "display_close", &display_close);
-    find(library, "pipeline_clear_color", &clear_color);
-    find(library, "pipeline_color_mask", &color_mask);
-    find(library, "pipeline_clear", &clear);
-    find(library, "pipeline_read_pixels", &read_pixels);
+    FUNCTION(void, system_init, uint64_t);
+    FUNCTION(void, system_release, void);
+    FUNCTION(uint8_t, display_open, uint64_t, uint64_t, Slice, uint64_t, uint64_t);
+    FUNCTION(void, display_close, void);
+    FUNCTION(void, pipeline_clear_color, uint64_t, uint64_t, uint64_t, uint64_t);
+    FUNCTION(void, pipeline_color_mask, uint64_t, uint64_t, uint64_t, uint64_t);
+    FUNCTION(void, pipeline_clear, uint64_t);
+    FUNCTION(void, pipeline_read_pixels, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t,
+             void*);
     const Slice title = {"binding", 7};
     const uint64_t one = above | 0x3F800000;
     uint32_t pixel = 0;
@@ -182,13 +170,13 @@ static void use_display(void) {
     check(*(void**)dlsym(library, "sdl_window") != NULL, "the library's sdl_window is set");
     check(*(uint8_t*)dlsym(library, "is_software_rendering") == 0, "it draws by OpenGL");
     check(*(int32_t*)dlsym(library, "temporary_pos") > 0, "the library's temporary_pos moves");
-    clear_color(one, above, one, one);
-    color_mask(rubbish | 1, rubbish | 2, rubbish | 0x80, rubbish | 1);
-    clear(above | 4);
-    color_mask(rubbish, rubbish, 0x200, 0);
-    clear_color(0, 0, 0, 0);
-    clear(4);
-    read_pixels(above | 1, above | 1, above | 1, above | 1, above | 8, above, &pixel);
+    pipeline_clear_color(one, above, one, one);
+    pipeline_color_mask(rubbish | 1, rubbish | 2, rubbish | 0x80, rubbish | 1);
+    pipeline_clear(above | 4);
+    pipeline_color_mask(rubbish, rubbish, 0x200, 0);
+    pipeline_clear_color(0, 0, 0, 0);
+    pipeline_clear(4);
+    pipeline_read_pixels(above | 1, above | 1, above | 1, above | 1, above | 8, above, &pixel);
     check(pixel == 0xFFFF00FF, "the first colour is written, the second masked off");
     display_close();
     system_release();

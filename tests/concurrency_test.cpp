@@ -38,7 +38,6 @@ extern "C" int SDL_SetThreadPriority(SDL_ThreadPriority wanted) {
 
 namespace {
 
-constexpr u32 without_end = 0xFFFFFFFF;
 constexpr u32 long_time = 60000;
 
 template <class Work> i32 work_once(void* work) {
@@ -175,21 +174,6 @@ TEST_F(ConcurrencyTest, ASemaphoreCountsAndItsTimeOutGivesZeroForTaken) {
     EXPECT_EQ(semaphore_trywait(one), 0);
     EXPECT_EQ(semaphore_post(one), 0);
     EXPECT_EQ(semaphore_trywait(one), 1);
-
-    // A post ends a wait of any length.
-    i32 turn = 0;
-    run_on_threads(2, [&] {
-        if (atomic_inc_ref(&turn) == 0) {
-            EXPECT_EQ(semaphore_wait_timeout(one, without_end), 0);
-            EXPECT_EQ(semaphore_wait_timeout(one, long_time), 0);
-            EXPECT_EQ(semaphore_wait(one), 0);
-            return;
-        }
-        for (int i = 0; i < 3; i++) {
-            system_sleep(10);
-            EXPECT_EQ(semaphore_post(one), 0);
-        }
-    });
     semaphore_destroy(one);
 }
 
@@ -258,13 +242,8 @@ TEST_F(ConcurrencyTest, AtomicsGiveTheValueBefore) {
 }
 
 TEST_F(ConcurrencyTest, NoStepOfSeveralThreadsIsLost) {
-    struct Link {
-        void* below;
-    };
-    std::vector<Link> links(8000);
-    i32 added = 0, swapped = 0, taken = 0, references = 4, last = 0, lock = 0, guarded = 0;
+    i32 added = 0, references = 4, last = 0, lock = 0, by_spin_lock = 0;
     long by_mutex = 0;
-    void* top = nullptr;
     run_on_threads(4, [&] {
         for (int i = 0; i < 20000; i++) {
             atomic_add(&added, 3);
@@ -273,19 +252,9 @@ TEST_F(ConcurrencyTest, NoStepOfSeveralThreadsIsLost) {
             mutex_lock(mutex);
             by_mutex++;
             mutex_unlock(mutex);
-        }
-        for (int i = 0; i < 2000; i++) {
-            i32 before = 0;
-            do {
-                before = atomic_get(&swapped);
-            } while (!atomic_cas(&swapped, before, before + 1));
-            Link& link = links[static_cast<std::size_t>(atomic_inc_ref(&taken))];
-            do {
-                link.below = atomic_get_ptr(&top);
-            } while (!atomic_cas_ptr(&top, link.below, &link));
             atomic_lock(&lock);
-            const i32 old = __atomic_load_n(&guarded, __ATOMIC_RELAXED);
-            __atomic_store_n(&guarded, old + 1, __ATOMIC_RELAXED);
+            const i32 old = __atomic_load_n(&by_spin_lock, __ATOMIC_RELAXED);
+            __atomic_store_n(&by_spin_lock, old + 1, __ATOMIC_RELAXED);
             atomic_unlock(&lock);
         }
         if (atomic_dec_ref(&references)) atomic_add(&last, 1);
@@ -294,11 +263,5 @@ TEST_F(ConcurrencyTest, NoStepOfSeveralThreadsIsLost) {
     EXPECT_EQ(references, 0);
     EXPECT_EQ(last, 1);
     EXPECT_EQ(by_mutex, 80000);
-    EXPECT_EQ(swapped, 8000);
-    EXPECT_EQ(guarded, 8000);
-    int linked = 0;
-    for (void* link = top; link != nullptr; link = static_cast<Link*>(link)->below) {
-        linked++;
-    }
-    EXPECT_EQ(linked, 8000);
+    EXPECT_EQ(by_spin_lock, 80000);
 }

@@ -12,17 +12,39 @@
 #include <string>
 
 using namespace halvorin;
+using namespace std::string_view_literals;
 
 namespace {
 
 void* const nowhere = reinterpret_cast<void*>(1);
 constexpr i64 refused = -1;
+std::mt19937 source(3);
 
-std::string sample(i64 length) {
-    std::string text(static_cast<size_t>(std::max<i64>(length, 0)), '\0');
-    std::generate(text.begin(), text.end(),
-                  [i = 0]() mutable { return static_cast<char>('a' + i++ % 23); });
+i64 below(i64 limit) {
+    return static_cast<i64>(source() % static_cast<u64>(limit));
+}
+
+// Near the places where something turns.
+i64 any_length() {
+    constexpr i64 turns[] = {4, 190, 380, 4094, 8188, 8191, 16380, INT64_MAX - 4, INT64_MIN + 4};
+    return turns[below(std::size(turns))] + (below(9) - 4);
+}
+
+i32 any_position() {
+    constexpr i64 turns[] = {4, 8188, 8192, 16000, 16380, 20000, -100};
+    return static_cast<i32>(turns[below(std::size(turns))] + below(9) - 4);
+}
+
+std::string times(i64 count, std::string_view part) {
+    std::string text;
+    while (count-- > 0) {
+        text += part;
+    }
     return text;
+}
+
+i64 start_of(i64 pos, i64 size) {
+    return pos < 0 || pos + size > 16384 ? 0 : pos;
 }
 
 i64 offset_of(const void* place) {
@@ -37,177 +59,123 @@ void clear_arena(i32 position) {
 // The bytes from `start` to the position, and nothing else.
 void expect_alone(i64 start, const std::string& bytes) {
     ASSERT_EQ(temporary_pos, start + static_cast<i64>(bytes.size()));
-    std::string expected(temporary_size, '\xA5');
-    expected.replace(static_cast<size_t>(start), bytes.size(), bytes);
-    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), std::begin(temporary_buffer),
-                           [](char a, u8 b) { return static_cast<u8>(a) == b; }));
+    std::string expected(16384, '\xA5');
+    if (!bytes.empty()) expected.replace(static_cast<size_t>(start), bytes.size(), bytes);
+    EXPECT_EQ(std::memcmp(expected.data(), temporary_buffer, expected.size()), 0);
 }
 
-bool append_search(Slice& text) {
-    const path_char* const path = native_search(text);
-    if (path != nullptr) text.data = const_cast<path_char*>(path);
-    return path != nullptr;
+const void* terminated(Slice text) {
+    return append_character(text) ? text.data : nullptr;
 }
 
-TEST(Scratch, TextsStayUpToTheExactEndAndThenStartAgain) {
-    struct place {
-        i32 pos;
-        i64 length, start;
-    };
+const void* searched(Slice text) {
+    return native_search(text);
+}
+
+const void* widened(Slice text) {
+    return to_wide_cstr(text);
+}
+
+TEST(Scratch, ATextStaysUpToTheExactEndAndThenStartsAgain) {
     const struct {
-        bool (*append)(Slice&);
-        std::string end;
-        std::vector<place> places;
-    } calls[] = {{append_character,
-                  std::string(1, '\0'),
-                  {{0, 0, 0},
-                   {1, 16382, 1},
-                   {1, 16383, 0},
-                   {16000, 383, 16000},
-                   {16000, 384, 0},
-                   {16383, 0, 16383},
-                   {16384, 0, 0},
-                   {7, INT64_MIN, 7},
-                   {-1, 5, 0},
-                   {20000, 5, 0},
-                   {0, 16384, refused},
-                   {9, INT64_MAX, refused}}},
-                 {append_search,
-                  std::string("/", 2),
-                  {{16000, 382, 16000},
-                   {16000, 383, 0},
-                   {5, 16382, 0},
-                   {0, 16383, refused},
-                   {0, INT64_MAX, refused},
-                   {3, -5, 3}}}};
-    for (const auto& call : calls) {
-        for (const place& p : call.places) {
-            SCOPED_TRACE(testing::Message() << p.pos << " " << p.length);
-            clear_arena(p.pos);
-            const std::string content = sample(p.start == refused ? 0 : p.length);
-            const guarded_text source(content);
-            Slice text = {content.empty() ? nowhere : source.slice().data, p.length};
-            ASSERT_EQ(call.append(text), p.start != refused);
-            if (p.start == refused) {
-                EXPECT_EQ(text.data, nowhere);
-                expect_alone(p.pos, "");
-            } else {
-                EXPECT_EQ(offset_of(text.data), p.start);
-                expect_alone(p.start, content + call.end);
-            }
+        const void* (*call)(Slice);
+        std::string_view character, placed, end;
+    } calls[] = {{terminated, "x", "x", "\0"sv},
+                 {searched, "x", "x", "/\0"sv},
+                 {widened, "x", "x\0"sv, "\0\0"sv},
+                 {widened, "\xC3\xA9", "\xE9\0"sv, "\0\0"sv},
+                 {widened, "\xE4\xB8\xAD", "\x2D\x4E", "\0\0"sv},
+                 {widened, "\xF0\x9F\x98\x80", "\x3D\xD8\x00\xDE"sv, "\0\0"sv}};
+    for (int round = 0; round < 12000; ++round) {
+        const auto& c = calls[round % 6];
+        const i64 length = any_length();
+        const i32 pos = any_position();
+        SCOPED_TRACE(testing::Message() << c.character << " " << length << " at " << pos);
+        const bool is_text = length > 0 && length < 20000;
+        const std::string content = times(is_text ? length : 0, c.character);
+        std::string bytes = times(is_text ? length : 0, c.placed) + std::string(c.end);
+        const guarded_text guarded(content);
+        Slice text = {nowhere, length};
+        if (is_text) text = guarded.slice();
+        clear_arena(pos);
+        const void* const placed = c.call(text);
+        if (length > 20000 || bytes.size() > 16384) {
+            // A wide text that is too long is an empty one.
+            bytes = c.call == widened ? "\0\0"sv : "";
+        }
+        if (bytes.empty()) {
+            EXPECT_EQ(placed, nullptr);
+            expect_alone(pos, "");
+        } else {
+            const i64 start = start_of(pos, static_cast<i64>(bytes.size()));
+            EXPECT_EQ(offset_of(placed), start);
+            expect_alone(start, bytes);
         }
     }
 }
 
 TEST(Scratch, TwoTextsStandApartOrAreRefusedTogether) {
-    const struct {
-        i32 pos;
-        i64 first, second, first_start, second_start;
-    } cases[] = {{0, 5, 7, 0, 6},
-                 {100, 8191, 8091, 100, 8292}, // the second ends at the arena's end
-                 {100, 8191, 8092, 0, 8192},   // one more, and it would come down on the first
-                 {8192, 8191, 8191, 8192, 0},  // it wraps and ends where the first begins
-                 {8191, 8191, 8191, 0, 8192},  // one byte into the first
-                 {16000, 500, 100, 0, 501},    // the first wraps by itself
-                 {5000, 16382, 0, 0, 16383},
-                 {5000, 8191, 8192, refused, 0},
-                 {0, 16384, 0, refused, 0},
-                 {0, 1, INT64_MAX, refused, 0}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.pos << " " << c.first << " " << c.second);
-        clear_arena(c.pos);
-        const bool fits = c.first_start != refused;
-        std::string first_content = sample(fits ? c.first : 0);
-        std::string second_content = sample(fits ? c.second : 0);
-        std::reverse(second_content.begin(), second_content.end());
-        Slice first = {fits ? first_content.data() : nowhere, c.first};
-        Slice second = {fits ? second_content.data() : nowhere, c.second};
+    for (int round = 0; round < 5000; ++round) {
+        const i64 sizes[] = {std::max<i64>(any_length(), 0), std::max<i64>(any_length(), 0)};
+        const i32 pos = any_position();
+        SCOPED_TRACE(testing::Message() << sizes[0] << ", " << sizes[1] << " at " << pos);
+        const bool are_texts = sizes[0] < 16384 && sizes[1] < 16384;
+        const std::string contents[] = {times(are_texts ? sizes[0] : 0, "1"),
+                                        times(are_texts ? sizes[1] : 0, "2")};
+        Slice first = {nowhere, sizes[0]}, second = {nowhere, sizes[1]};
+        i64 first_start = 0, second_start = 0;
+        if (are_texts) {
+            first = slice(contents[0]);
+            second = slice(contents[1]);
+            first_start = start_of(pos, sizes[0] + 1);
+            second_start = start_of(first_start + sizes[0] + 1, sizes[1] + 1);
+            // The second would come down on the first.
+            if (second_start == 0 && sizes[1] + 1 > first_start) {
+                first_start = 0;
+                second_start = sizes[0] + 1;
+            }
+        }
+        const bool fits = are_texts && second_start + sizes[1] < 16384;
+        clear_arena(pos);
         ASSERT_EQ(append_characters(first, second), fits);
         if (fits) {
-            EXPECT_EQ(offset_of(first.data), c.first_start);
-            EXPECT_EQ(offset_of(second.data), c.second_start);
-            EXPECT_EQ(text_of(first), first_content + '\0');
-            EXPECT_EQ(text_of(second), second_content + '\0');
-            EXPECT_EQ(temporary_pos, c.second_start + c.second + 1);
+            EXPECT_EQ(offset_of(first.data), first_start);
+            EXPECT_EQ(offset_of(second.data), second_start);
+            EXPECT_EQ(text_of(first), contents[0] + '\0');
+            EXPECT_EQ(text_of(second), contents[1] + '\0');
+            EXPECT_EQ(temporary_pos, second_start + sizes[1] + 1);
         } else {
-            expect_alone(c.pos, "");
+            EXPECT_EQ(first.count, sizes[0]);
+            expect_alone(pos, "");
         }
     }
-}
-
-// The bytes of a wide text.
-std::string widened(Slice text) {
-    const u16* const units = to_wide_cstr(text);
-    return {reinterpret_cast<const char*>(units),
-            reinterpret_cast<const char*>(temporary_buffer) + temporary_pos};
 }
 
 // A host may hand back what it finds in the arena. Every overlap of texts and places comes up.
 TEST(Scratch, TextsThatLieInTheArenaItselfAreReadBeforeTheyAreOverwritten) {
-    std::mt19937 random(3);
-    const auto text_in_arena = [&]() -> Slice {
-        return {temporary_buffer + random() % 8000, static_cast<i64>(random() % 8000)};
-    };
     for (int round = 0; round < 20000; ++round) {
-        std::generate(
-            std::begin(temporary_buffer), std::end(temporary_buffer), [&, i = 0]() mutable {
-                return static_cast<u8>(++i % 64 == 0 ? random() : 'a' + static_cast<u32>(i) % 26);
-            });
-        const auto pos = static_cast<i32>(random() % (temporary_size + 1));
-        Slice first = text_in_arena(), second = text_in_arena();
-        std::string first_content = text_of(first), second_content = text_of(second);
+        for (int i = 0; i < 16384; ++i) {
+            temporary_buffer[i] =
+                static_cast<u8>(i % 64 == 0 ? source() : 'a' + static_cast<u32>(i) % 26);
+        }
+        const auto pos = static_cast<i32>(below(16385));
         temporary_pos = pos;
-        const std::string wide = round % 2 == 0 ? "" : widened(first);
+        Slice first = {temporary_buffer + below(8000), below(8000)};
+        Slice second = {temporary_buffer + below(8000), below(8000)};
+        const std::string contents[] = {text_of(first), text_of(second)};
         if (round % 2 == 0) {
             ASSERT_TRUE(append_characters(first, second));
-            ASSERT_EQ(text_of(first), first_content + '\0');
-            ASSERT_EQ(text_of(second), second_content + '\0');
+            ASSERT_EQ(text_of(first), contents[0] + '\0');
+            ASSERT_EQ(text_of(second), contents[1] + '\0');
         } else {
+            const auto wide = [](Slice text) {
+                const auto* const start = static_cast<const u8*>(widened(text));
+                return std::string(start, static_cast<const u8*>(temporary_buffer) + temporary_pos);
+            };
+            const std::string in_place = wide(first);
             temporary_pos = pos;
-            ASSERT_EQ(wide, widened(slice(first_content)));
+            ASSERT_EQ(in_place, wide(slice(contents[0])));
         }
-    }
-}
-
-TEST(Scratch, WideTextTakesTwoBytesAUnitAndTwoForItsEnd) {
-    const auto times = [](int count, const std::string& part) {
-        std::string text;
-        while (count-- > 0) {
-            text += part;
-        }
-        return text;
-    };
-    const std::string accent = "\xC3\xA9", han = "\xE4\xB8\xAD", // two bytes, three
-        emoji = "\xF0\x9F\x98\x80";                              // four, and two units
-    const struct {
-        i32 pos;
-        std::string text;
-        i32 start, end;
-    } cases[] = {{16382, "", 16382, 16384},
-                 {16383, "", 0, 2},
-                 {16000, sample(191), 16000, 16384},
-                 {16000, sample(192), 0, 386},
-                 {16001, times(190, accent), 16001, 16383}, // by its bytes it would have to wrap
-                 {16001, times(191, accent), 0, 384},
-                 {77, sample(8191), 0, 16384},
-                 {0, times(8191, han), 0, 16384},
-                 {3, sample(8192), 3, 5}, // too long: empty
-                 {3, times(4096, emoji), 3, 5},
-                 {16383, times(8192, han), 0, 2},
-                 {5, std::string("a\0b", 3), 5, 13},
-                 {-7, "a", 0, 4}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.pos << " " << c.text.size());
-        clear_arena(c.pos);
-        const guarded_text source(c.text);
-        const std::string wide = widened(source.slice());
-        ASSERT_EQ(temporary_pos, c.end);
-        EXPECT_EQ(wide.substr(wide.size() - 2), std::string(2, '\0'));
-        expect_alone(c.start, wide);
-    }
-    for (const i64 count : {i64{0}, INT64_MIN, INT64_MAX, i64{1} << 32}) {
-        clear_arena(0);
-        EXPECT_EQ(widened({nowhere, count}), std::string(2, '\0')) << count;
     }
 }
 
@@ -248,7 +216,8 @@ TEST(Scratch, TheLastBlockGrowsWhereItStandsAndOthersMoveWithTheirBytes) {
                  {8, 128, 136, 524289, refused, 136}};
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.start << " " << c.new_size);
-        const std::string content = sample(c.old_size);
+        std::string content(static_cast<size_t>(c.old_size), '\0');
+        std::generate(content.begin(), content.end(), [] { return static_cast<char>(source()); });
         std::copy(content.begin(), content.end(), dynamic_buffer + c.start);
         dynamic_pos = c.pos;
         const void* const block =

@@ -37,19 +37,19 @@ inline std::string read_text(const fs::path& path) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-// All that stands in a directory: kind, inode and content of each name.
-inline std::map<std::string, std::string> snapshot(const fs::path& directory) {
-    std::map<std::string, std::string> found;
+// All that stands in a directory: kind and mode of each name, content and time of a file.
+inline std::map<fs::path, std::string> snapshot(const fs::path& directory) {
+    std::map<fs::path, std::string> found;
     for (const auto& entry : fs::recursive_directory_iterator(directory)) {
         struct stat status;
         lstat(entry.path().c_str(), &status);
-        std::string text =
-            std::to_string(status.st_mode) + " " + std::to_string(status.st_ino) + " ";
-        if (entry.is_symlink())
+        std::string& text = found[entry.path()] = std::to_string(status.st_mode) + " ";
+        if (entry.is_symlink()) {
             text += fs::read_symlink(entry.path()).native();
-        else if (entry.is_regular_file())
-            text += read_text(entry.path());
-        found[entry.path().native()] = text;
+        } else if (entry.is_regular_file()) {
+            text += std::to_string(status.st_mtim.tv_sec) + "." +
+                    std::to_string(status.st_mtim.tv_nsec) + " " + read_text(entry.path());
+        }
     }
     return found;
 }
