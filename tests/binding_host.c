@@ -46,7 +46,6 @@ static int taken; /* calls that the library should have kept to itself */
 IMPOSTOR(image_memory_allocate)
 IMPOSTOR(audio_memory_allocate)
 IMPOSTOR(file_open)
-IMPOSTOR(file_close)
 IMPOSTOR(image_get_buffer_position)
 IMPOSTOR(audio_wave_convert)
 
@@ -94,21 +93,6 @@ static unsigned char memory[1 << 20] __attribute__((aligned(16)));
 static int is_lent(const void* data) {
     const unsigned char* byte = data;
     return byte >= memory && byte < memory + sizeof(memory);
-}
-
-static void use_files(Slice path) {
-    FUNCTION(void*, file_open, Slice, uint64_t);
-    FUNCTION(void, file_close, void*);
-    FUNCTION(void, file_write_byte, void*, uint64_t);
-    FUNCTION(int64_t, file_size, void*);
-    check(file_open(path, rubbish) == NULL, "no file has mode 0");
-    void* const file = file_open(path, rubbish | 1);
-    file_write_byte(file, rubbish | 0x7F);
-    check(file_size(file) == 1, "one byte is written");
-    file_close(file);
-    FILE* const written = fopen(path.data, "rb");
-    check(fgetc(written) == 0x7F && fgetc(written) == EOF, "it is the low one");
-    fclose(written);
 }
 
 static void use_images(Slice path) {
@@ -202,7 +186,6 @@ int main(int argc, char** argv) {
             check(astray == NULL, astray);
         }
         memcpy(before, (int[]){*codecs_taken[0], *codecs_taken[1]}, sizeof(before));
-        use_files(file);
         use_images(file);
         use_sounds(samples);
         use_display();

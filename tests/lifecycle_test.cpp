@@ -124,14 +124,10 @@ TEST_F(ServicesTest, ExecuteWaitsForTheShellAndRefusesOverLongCommands) {
 }
 
 TEST_F(ServicesTest, ClocksAndSleepAgree) {
-    system_init(0);
+    const u64 counter = system_performance_counter(), ticks = system_ticks();
     EXPECT_NEAR(static_cast<double>(system_time()), static_cast<double>(std::time(nullptr)), 1.0);
-    const u64 counter = system_performance_counter();
-    const u64 ticks = system_ticks();
     system_sleep(50);
-    const u64 frequency = system_performance_frequency();
-    ASSERT_GT(frequency, 1000u);
-    EXPECT_GE(system_performance_counter() - counter, frequency / 20);
+    EXPECT_GE(system_performance_counter() - counter, system_performance_frequency() / 20);
     EXPECT_GE(system_ticks() - ticks, 49u);
 }
 

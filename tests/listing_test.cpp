@@ -81,8 +81,7 @@ TEST_F(Listing, OfAnySizeComesBackWholeFromEveryPosition) {
     const struct {
         size_t length, files_to_a_directory;
         std::vector<size_t> counts;
-    } kinds[] = {{32, 9, {10, 1000, 5000, 5700, 6100, 6300, 6400, 6500, 7500, 10000}},
-                 {20, 0, {9000, 9000, 9000}}};
+    } kinds[] = {{32, 9, {10, 5000, 6100, 6300, 6400, 7500}}, {20, 0, {9000, 9000, 9000}}};
     std::mt19937 random(1);
     for (const auto& kind : kinds) {
         const fs::path large = fresh_directory(root);
@@ -100,7 +99,7 @@ TEST_F(Listing, OfAnySizeComesBackWholeFromEveryPosition) {
                     files.insert(name);
                 }
             }
-            for (int round = 0; round < 6; ++round) {
+            for (int round = 0; round < 5; ++round) {
                 for (u32 blocks = random() % 8192; blocks > 0; --blocks) {
                     Slice result;
                     network_address_get_ip(&result, {});
@@ -108,6 +107,7 @@ TEST_F(Listing, OfAnySizeComesBackWholeFromEveryPosition) {
                 const DirectoryContent content = content_of(large);
                 ASSERT_EQ(names_in(content.files), files);
                 ASSERT_EQ(names_in(content.directories), directories);
+                ASSERT_EQ(content.files.data == nullptr, files.empty());
                 expect_apart(content);
             }
         }

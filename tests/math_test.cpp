@@ -28,22 +28,21 @@ f64_bits bits(double number) {
     return std::bit_cast<f64_bits>(number);
 }
 
-// Where functions change their ways: NaNs of both kinds with something in them, the ends of the
-// range and of subnormal numbers, the neighbours of 1, multiples of pi, the ends of halves and of
-// 32 bits; whole numbers, halves, both sides of overflow.
+// Where functions change their ways: the ends of all that exponents and mantissas can be, and with
+// them infinities, NaNs of both kinds, subnormal numbers, the neighbours of 1, parts of pi, the
+// ends of 32 bits and of halves; and both sides of overflow.
 std::vector<f64_bits> special_arguments() {
-    std::vector<f64_bits> result = {
-        0x7FF8000000000000, 0x7FF8000000001234, 0x7FF0000000000001, 0x7FF4000000005678,
-        0x7FFFFFFFFFFFFFFF, 0x7FF0000000000000, 0x7FEFFFFFFFFFFFFF, 0x0010000000000000,
-        0x000FFFFFFFFFFFFF, 0x0000000000000001, 0x3FEFFFFFFFFFFFFF, 0x3FF0000000000001,
-        0x400921FB54442D18, 0x3FF921FB54442D18, 0x3FE921FB54442D18, 0x432FFFFFFFFFFFFF,
-        0x4330000000000000, 0x4340000000000000, 0x41DFFFFFFFC00000, 0x41E0000000000000};
-    for (const double x : {0.0, 1.0, 0.5, 1.5, 2.0, 2.5, 3.0, 7.0, 10.0, 1e22, 0.1, 1e-8, 709.7,
-                           709.8, 710.5, 1023.0, 1074.0}) {
-        result.push_back(bits(x));
+    std::vector<f64_bits> result;
+    for (const double x : {7.0, 10.0, 1e22, 0.1, 1e-8, 709.7, 709.8, 710.5, 1023.0, 1074.0}) {
+        result.insert(result.end(), {bits(x), bits(-x)});
     }
-    for (std::size_t i = 0, count = result.size(); i < count; i++) {
-        result.push_back(result[i] | 0x8000000000000000);
+    for (const u64 sign : {0, 1}) {
+        for (const u64 exponent : {0, 1, 1021, 1022, 1023, 1024, 1053, 1054, 1075, 2046, 2047}) {
+            for (const u64 mantissa : {0L, 1L, 0x4000000000000, 0x8000000000000, 0x921FB54442D18,
+                                       0xFFFFFFFC00000, 0xFFFFFFFFFFFFF}) {
+                result.push_back(sign << 63 | exponent << 52 | mantissa);
+            }
+        }
     }
     return result;
 }
