@@ -36,12 +36,13 @@ std::vector<f64_bits> special_arguments() {
     for (const double x : {7.0, 10.0, 1e22, 0.1, 1e-8, 709.7, 709.8, 710.5, 1023.0, 1074.0}) {
         result.insert(result.end(), {bits(x), bits(-x)});
     }
-    for (const u64 sign : {0, 1}) {
-        for (const u64 exponent : {0, 1, 1021, 1022, 1023, 1024, 1053, 1054, 1075, 2046, 2047}) {
-            for (const u64 mantissa : {0L, 1L, 0x4000000000000, 0x8000000000000, 0x921FB54442D18,
-                                       0xFFFFFFFC00000, 0xFFFFFFFFFFFFF}) {
-                result.push_back(sign << 63 | exponent << 52 | mantissa);
-            }
+    const u64 exponents[] = {0, 1, 1021, 1022, 1023, 1024, 1053, 1054, 1075, 2046, 2047};
+    const u64 mantissas[] = {
+        0, 1, 0x4000000000000, 0x8000000000000, 0x921FB54442D18, 0xFFFFFFFC00000, 0xFFFFFFFFFFFFF};
+    for (const u64 exponent : exponents) {
+        for (const u64 mantissa : mantissas) {
+            result.push_back(exponent << 52 | mantissa);
+            result.push_back(u64{1} << 63 | result.back());
         }
     }
     return result;
