@@ -3,6 +3,7 @@
 
 #include "api/frame.h"
 
+#include <algorithm>
 #include <bit>
 #include <chrono>
 #include <csignal>

@@ -46,17 +46,16 @@ public:
         assign(text);
     }
     Slice assign(std::string_view text) {
-        count_ = static_cast<i64>(text.size());
-        start_ = block_.ending_block(count_);
-        std::memcpy(start_, text.data(), text.size());
-        return slice();
+        const auto count = static_cast<i64>(text.size());
+        slice_ = {block_.ending_block(count), count};
+        std::memcpy(slice_.data, text.data(), text.size());
+        return slice_;
     }
     Slice slice() const {
-        return {start_, count_};
+        return slice_;
     }
 
 private:
     guarded_block block_{65536};
-    u8* start_ = nullptr;
-    i64 count_ = 0;
+    Slice slice_ = {};
 };

@@ -50,12 +50,6 @@ inline u16 port_of(network_socket socket) {
     return ntohs(name.sin6_port); // where the port of IPv4 stands as well
 }
 
-inline bool is_open(network_socket socket) {
-    socklen_t length = sizeof(int);
-    int type = 0;
-    return getsockopt(descriptor(socket), SOL_SOCKET, SO_TYPE, &type, &length) == 0;
-}
-
 // Closed at the end of the test.
 class owned {
 public:
