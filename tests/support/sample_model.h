@@ -25,13 +25,25 @@ inline double scale_of(size_t width) {
     return width == 1 ? 127.0 : width == 2 ? 32767.0 : 2147483647.0;
 }
 
+inline void put_bytes(u8* at, u64 value, size_t width) {
+    std::memcpy(at, &value, width); // the low ones come first
+}
+
+inline void append_bytes(byte_block& to, u64 value, size_t width) {
+    to.resize(to.size() + width);
+    put_bytes(to.data() + to.size() - width, value, width);
+}
+
+inline u64 bits_at(const u8* sample, size_t width) {
+    u64 bits = 0;
+    std::memcpy(&bits, sample, width);
+    return bits;
+}
+
 // The number that a sample stands for, 0 being silence.
 inline i64 integer_at(const u8* sample, u8 format) {
-    i64 value = 0;
-    for (size_t i = 0; i < width_of(format); ++i) {
-        value |= i64{sample[i]} << (8 * i);
-    }
     const i64 half = i64{1} << (8 * width_of(format) - 1);
+    const i64 value = static_cast<i64>(bits_at(sample, width_of(format)));
     if (is_unsigned(format)) return value - half;
     return value < half ? value : value - 2 * half;
 }
@@ -39,12 +51,6 @@ inline i64 integer_at(const u8* sample, u8 format) {
 inline u64 with_offset(i64 value, u8 format) {
     const i64 half = i64{1} << (8 * width_of(format) - 1);
     return static_cast<u64>(is_unsigned(format) ? value + half : value);
-}
-
-inline float float_at(const u8* sample) {
-    float value;
-    std::memcpy(&value, sample, sizeof value);
-    return value;
 }
 
 inline i64 integer_of(float sample, size_t width) {
@@ -58,21 +64,11 @@ inline i64 rescaled(i64 value, size_t from_width, size_t to_width) {
     return value >> (8 * (from_width - to_width));
 }
 
-inline void put_bytes(u8* at, u64 value, size_t width) {
-    for (size_t i = 0; i < width; ++i) {
-        at[i] = static_cast<u8>(value >> (8 * i));
-    }
-}
-
-inline void append_bytes(byte_block& to, u64 value, size_t width) {
-    to.resize(to.size() + width);
-    put_bytes(to.data() + to.size() - width, value, width);
-}
-
 // The bytes of a sample in another format, as the low ones of a number.
 inline u64 converted_sample(const u8* sample, u8 from, u8 to) {
     if (from == SAMPLE_FORMAT_F32 && to != SAMPLE_FORMAT_F32) {
-        return with_offset(integer_of(float_at(sample), width_of(to)), to);
+        const float real = std::bit_cast<float>(static_cast<u32>(bits_at(sample, 4)));
+        return with_offset(integer_of(real, width_of(to)), to);
     }
     const i64 value = integer_at(sample, from);
     if (to == SAMPLE_FORMAT_F32 && from != SAMPLE_FORMAT_F32) {

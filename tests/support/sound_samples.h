@@ -1,24 +1,11 @@
 // SPDX-License-Identifier: Zlib
 #pragma once
 
-#include "api/audio.h"
-#include "support/image_samples.h"
+#include "support/lent_buffer.h"
 
-#include <cstring>
-#include <filesystem>
-
-// What the audio tests share: sample sounds with what other tools read from them, and a lent buffer
-// whose surroundings can't be touched.
+// The sample sounds, and loads of them.
 namespace sound_samples {
 
-using image_samples::bytes;
-using image_samples::is_whole_sweep;
-using image_samples::output_capture;
-using image_samples::read_file;
-
-constexpr const char allocation_failed[] = "audio memory allocation failed\n";
-constexpr const char reallocation_failed[] = "audio memory reallocation failed\n";
-constexpr i64 ample = 1 << 20;
 constexpr sample_format all_formats[] = {0, 1, 2, 3, 4, 5, 6};
 constexpr i32 widths[] = {1, 2, 4, 1, 2, 4, 4};
 
@@ -49,55 +36,32 @@ inline void write_file(const std::string& path, const bytes& content) {
 
 // What sox reads from a sound, in 32 bits.
 inline bytes read_by_sox(const std::string& path) {
-    bytes samples;
-    FILE* const pipe = popen(("sox -D '" + path + "' -t raw -e signed -b 32 -").c_str(), "r");
-    for (int byte = fgetc(pipe); byte != EOF; byte = fgetc(pipe)) {
-        samples.push_back(static_cast<u8>(byte));
-    }
-    return pclose(pipe) == 0 ? samples : bytes{};
-}
-
-// With a few bytes changed, most of them in the headers.
-template <class Random> bytes damaged(bytes file, Random& random, bool anywhere) {
-    const size_t reach = anywhere ? file.size() : std::min<size_t>(file.size(), 300);
-    for (auto changes = 1 + random() % 8; changes > 0; --changes) {
-        file[random() % reach] = static_cast<u8>(random());
-    }
-    return file;
+    const std::string raw = path + ".raw";
+    const std::string command = "sox -D '" + path + "' -t raw -e signed -b 32 '" + raw + "'";
+    return std::system(command.c_str()) == 0 ? read_file(raw) : bytes{};
 }
 
 inline std::vector<std::string> all_sounds() {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(SOUND_SAMPLES)) {
-        const std::string extension = entry.path().extension();
-        if (extension == ".wav" || extension == ".flac" || extension == ".ogg")
-            names.push_back(entry.path().filename());
+        const std::string name = entry.path().filename();
+        if (!name.ends_with(".s16") && !name.ends_with(".s32")) names.push_back(name);
     }
-    std::sort(names.begin(), names.end());
     return names;
 }
 
-// Lends the end of a guarded block.
-class lent_buffer {
-public:
-    explicit lent_buffer(i64 capacity = ample) : block_(capacity) {
-        lend(capacity);
-    }
-    ~lent_buffer() {
-        audio_set_buffer(0, nullptr);
-    }
-    void lend(i64 size) {
-        memory_ = block_.ending_block(size, 8);
-        audio_set_buffer(size, memory_);
-    }
-    u8* memory() {
-        return memory_;
-    }
+// What the sample's name says.
+inline i32 channels_in(const std::string& name) {
+    if (name.starts_with("channels-")) return name[9] - '0';
+    if (name.find("six") != name.npos) return 6;
+    return name.find("mono") != name.npos || name.find("long") != name.npos ? 1 : 2;
+}
 
-private:
-    guarded_block block_;
-    u8* memory_ = nullptr;
-};
+// A load from memory goes by the first bytes, which are others' in some of the files.
+inline bool is_known_by_content(const std::string& name) {
+    return name != "aiff.wav" && name != "w64.wav" && name != "s16-big.wav" &&
+           name != "in-ogg.flac";
+}
 
 inline bytes samples_of(const Wave& wave) {
     const auto* const data = static_cast<const u8*>(wave.data);
@@ -105,15 +69,24 @@ inline bytes samples_of(const Wave& wave) {
 }
 
 inline Wave load(const std::string& path, sample_format format) {
-    Wave wave = {9, -1, -1, -1, nullptr};
+    Wave wave = {9, -1, -1, -1, &wave};
     audio_wave_load(&wave, format, slice(path));
     return wave;
 }
 
-inline Wave load_bytes(const void* data, i64 size, sample_format format) {
-    Wave wave = {9, -1, -1, -1, nullptr};
-    audio_wave_load_from_memory(&wave, format, size, const_cast<void*>(data));
+// The file's bytes, with nothing to read behind them.
+inline Wave load(const bytes& file, sample_format format) {
+    static guarded_block source(ample);
+    Wave wave = {9, -1, -1, -1, &wave};
+    audio_wave_load_from_memory(&wave, format, static_cast<i64>(file.size()),
+                                source.holding(file, file.size()));
     return wave;
+}
+
+// The same, from the start of the buffer.
+inline bytes samples_in(const std::string& name, sample_format format) {
+    audio_set_buffer_position(0);
+    return samples_of(load(path_of(name), format));
 }
 
 } // namespace sound_samples
