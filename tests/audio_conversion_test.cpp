@@ -204,32 +204,6 @@ TEST(AudioConversionTest, SamplesAtTheEdgesAloneAndTogether) {
     }
 }
 
-// What the model has to say, too.
-TEST(AudioConversionTest, KnownSamples) {
-    const struct {
-        u8 from;
-        u32 sample;
-        u8 to;
-        u32 expected;
-    } cases[] = {
-        {SAMPLE_FORMAT_U8, 255, SAMPLE_FORMAT_S16, 32512},
-        {SAMPLE_FORMAT_S16, 0x8000, SAMPLE_FORMAT_F32, 0xBF800100}, // -32768 of 32767
-        {SAMPLE_FORMAT_F32, 0x3F000000, SAMPLE_FORMAT_S16, 16383},
-        {SAMPLE_FORMAT_F32, 0xBF7FF972, SAMPLE_FORMAT_U8, 2}, // -0.9999
-        {SAMPLE_FORMAT_F32, 0x3FC00000, SAMPLE_FORMAT_S16, 0xBFFE},
-        {SAMPLE_FORMAT_F32, 0x7FC00000, SAMPLE_FORMAT_U8, 128},
-        {SAMPLE_FORMAT_F32, 0x4E6E6B28, SAMPLE_FORMAT_U16, 32768}, // a billion
-        {SAMPLE_FORMAT_S32, 0x12345678, SAMPLE_FORMAT_U8, 0x92},
-    };
-    for (const auto& c : cases) {
-        byte_block block;
-        byte_block expected;
-        append_bytes(block, c.sample, width_of(c.from));
-        append_bytes(expected, c.expected, width_of(c.to));
-        EXPECT_EQ(model(block, c.from, c.to), expected) << c.sample << " in " << +c.from;
-    }
-}
-
 // The low byte of the format counts, and data isn't looked at where there is no sample.
 TEST(AudioConversionTest, SizesThatAreNoWholeNumberOfSamples) {
     const auto convert =
@@ -248,6 +222,7 @@ TEST(AudioConversionTest, SizesThatAreNoWholeNumberOfSamples) {
         {9, SAMPLE_FORMAT_F32, 3, 6, 1},
         {SAMPLE_FORMAT_U8, SAMPLE_FORMAT_F32, -1, -4, 0},
         {SAMPLE_FORMAT_S16, SAMPLE_FORMAT_S8, INT64_MIN, INT64_MIN / 2, 0},
+        {SAMPLE_FORMAT_U8, SAMPLE_FORMAT_S8, INT64_MIN, INT64_MIN, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.size << " bytes, " << +c.from << ">" << +c.to);
