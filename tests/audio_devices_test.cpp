@@ -131,7 +131,9 @@ TEST_F(AudioDevicesTest, TheLockKeepsTheCallbackOut) {
     check(audio_lock, audio_unlock, player, recorder);
     check(audio_recorder_lock, audio_recorder_unlock, recorder, player);
     audio_recorder_close();
+    recorder.expect_rest();
     audio_close();
+    player.expect_rest();
 }
 
 TEST_F(AudioDevicesTest, TheRecorderHandsOverWhatTheDeviceHears) {

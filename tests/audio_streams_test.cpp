@@ -104,7 +104,8 @@ TEST_F(AudioStreamsTest, TheOpenNotesTheSourceAndNothingElse) {
                  {"fLaC", 0, 0, 1},  {"RIFF", 0, 0, 0},   {"Ogg", 0, 0, 0}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.source);
-        const Slice source = slice(c.source);
+        const guarded_text guarded(c.source);
+        const Slice source = guarded.slice();
         const i32 stream = c.from_file ? audio_stream_open(SAMPLE_FORMAT_U32, source, c.writing)
                                        : audio_stream_open_from_memory(SAMPLE_FORMAT_U32,
                                                                        source.count, source.data);

@@ -162,6 +162,17 @@ TEST_F(ImagesTest, WhatCannotBeAnImageGivesNull) {
     EXPECT_EQ(open_descriptors(), descriptors);
 }
 
+// Not what the call before left on the stack.
+TEST_F(ImagesTest, ColoursThatAFileDoesntHaveAreBlack) {
+    for (const std::string kind : {"bmp", "png"}) {
+        bytes file = read_file(SOURCE_DIR "/fuzz/found/images/colours-missing." + kind);
+        file.erase(file.begin(), file.begin() + 6); // those that tell the fuzz target what to do
+        ASSERT_NE(load(path_of("palette8.png"), 3).data, nullptr);
+        const bytes pixels = pixels_of(load(file, 3), 3);
+        EXPECT_GE(std::count(pixels.begin(), pixels.end(), 0), 21 * 13 * 3 * 9 / 10) << kind;
+    }
+}
+
 // What a file should hold: grey formats keep grey, and alpha stays where the format has it.
 bytes saved_pixels(const bytes& pixels, int channels, const std::string& format) {
     const bool has_alpha = format == "bmp" ? channels == 4 : format != "jpg" && channels % 2 == 0;
