@@ -12,7 +12,7 @@ template <class Calls, class Decoder, class Seek>
 bytes decode(const Calls& calls, Decoder* decoder, u64 channels, u64 frames, const Seek& seek) {
     bytes sound;
     const auto read = [&](auto call, auto sample) {
-        std::vector<decltype(sample)> samples(6 * ample / sizeof sample);
+        std::vector<decltype(sample)> samples(frames * channels);
         samples.resize(call(decoder, frames, samples.data()) * channels);
         const auto* const first = reinterpret_cast<const u8*>(samples.data());
         sound.insert(sound.end(), first, first + samples.size() * sizeof sample);
