@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Zlib
+#include "support/heap_calls.h"
 #include "support/sample_model.h"
 #include "support/sound_samples.h"
 
 #include <cmath>
+#include <random>
 
 using namespace sound_samples;
 using sample_model::append_bytes;
@@ -232,6 +234,18 @@ TEST_F(AudioWavesTest, HeadersThatLeadAReaderRoundInCirclesOrToGigabytesFail) {
             EXPECT_EQ(load(damaged, 4).data, nullptr);
         }
     }
+}
+
+TEST_F(AudioWavesTest, ADamagedSetupHeaderLeavesNothingOnTheHeap) {
+    const bytes ogg = read_file(path_of("stereo.ogg"));
+    std::mt19937 random(1);
+    const int in_use = heap_calls::blocks_in_use;
+    for (int round = 0; round < 200; ++round) {
+        bytes damaged = ogg;
+        damaged[100 + random() % 3000] ^= static_cast<u8>(1 + random() % 255);
+        buffer.try_in(ample, [&] { return load(damaged, 4).data != nullptr; });
+    }
+    EXPECT_EQ(heap_calls::blocks_in_use, in_use);
 }
 
 TEST_F(AudioWavesTest, SavedFilesAreWhatSoxReadsAndChangeTheHostsSamples) {
