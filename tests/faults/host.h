@@ -12,15 +12,12 @@
 /* A host that does one job of a family, and after each call asks: is what was promised there, or
  * the failure value, and is what was there before still whole? */
 
-#define CHECK(condition)                                                                           \
-    do {                                                                                           \
-        if (!(condition)) complain(__FILE__, __LINE__, #condition);                                \
-    } while (0)
+#define CHECK(condition) check((condition) != 0, 0, __FILE__, __LINE__, #condition)
 
-void complain(const char* file, int line, const char* condition);
+/* The same, but for a call that may give its failure value when one has failed in this step. */
+#define WENT(condition) check((condition) != 0, 1, __FILE__, __LINE__, #condition)
 
-/* Counts a call that gave its failure value: there is none unless the layer makes a call fail. */
-int went(int good);
+int check(int good, int can_fail, const char* file, int line, const char* condition);
 
 /* A step of the job begins; the function that has failed since, or null. */
 void step(void);
@@ -29,7 +26,7 @@ int news_is(const char* function);
 
 Slice text(const char* characters);
 
-/* The host's own look at files, in which nothing fails. */
+/* The host's own look at files. */
 void put(const char* name, const void* bytes, size_t size);
 long get(const char* name, void* bytes, long room); /* -1 without such a file */
 int holds(const char* name, const void* bytes, size_t size);
@@ -42,7 +39,9 @@ extern const char* sound_samples;
 
 void files_job(void);
 void copies_job(void);
-void names_job(int rename_error);
+void names_job(void);
+void names_with_links_job(void);
+void names_across_systems_job(void);
 void listing_job(void);
 void services_job(void);
 void images_job(void);
