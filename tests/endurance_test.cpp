@@ -155,6 +155,12 @@ void software_display() {
     display_close();
 }
 
+void displays_of_both_kinds(i64 number) {
+    if (number % 2 != 0) software_display();
+    hardware_display(number);
+    if (number % 2 == 0) software_display();
+}
+
 } // namespace
 
 TEST(Endurance, streams) {
@@ -167,13 +173,17 @@ TEST(Endurance, selectors) {
 
 TEST(Endurance, displays) {
     constexpr i64 others_keep = 256;
-    expect_flat("displays of both kinds", rounds(1000, 100), others_keep, [](i64 number) {
-        if (number % 10 == 0) { // another life
-            system_release();
-            system_init(SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS);
-        }
-        if (number % 2 != 0) software_display();
-        hardware_display(number);
-        if (number % 2 == 0) software_display();
+    system_init(SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS);
+    expect_flat("displays of both kinds", rounds(1000, 100), others_keep, displays_of_both_kinds);
+}
+
+TEST(Endurance, lives) {
+    constexpr i64 others_keep = 1024;
+    expect_flat("starts and stops of the system", rounds(500, 10), others_keep, [](i64 number) {
+        system_init(SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS);
+        displays_of_both_kinds(number);
+        display_open(side, side, slice("left"), 0, 0);
+        system_release();
+        display_close();
     });
 }

@@ -14,6 +14,7 @@
 
 #include <SDL.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <csignal>
@@ -28,6 +29,7 @@
 #include <poll.h>
 #include <span>
 #include <stdio_ext.h>
+#include <string>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -230,6 +232,9 @@ std::span<function* const> functions() {
         FAILS(inet_ntop, ENOSPC),
         // The heap.
         FAILS(malloc, ENOMEM), FAILS(calloc, ENOMEM), FAILS(realloc, ENOMEM),
+        described<libc_heap<&::malloc>>("libc.malloc", ENOMEM),
+        described<libc_heap<&::calloc>>("libc.calloc", ENOMEM),
+        described<libc_heap<&::realloc>>("libc.realloc", ENOMEM),
         // SDL2.
         ROW(polling, SDL_PollEvent, EIO), SDL_FAILS(Init), SDL_FAILS(InitSubSystem),
         SDL_FAILS(CreateWindow), SDL_FAILS(CreateRenderer), SDL_FAILS(CreateTexture),
@@ -253,25 +258,13 @@ std::span<function* const> functions() {
     return all;
 }
 
-constexpr char libc_prefix[] = "libc.";
-
-std::span<function* const> heap_functions() {
-    static function* const all[] = {
-        described<libc_heap<&::malloc>>("libc.malloc", ENOMEM),
-        described<libc_heap<&::calloc>>("libc.calloc", ENOMEM),
-        described<libc_heap<&::realloc>>("libc.realloc", ENOMEM),
-    };
-    return all;
-}
-
 void put_into_slot(void** slot, void* address) {
     const auto page = reinterpret_cast<uintptr_t>(slot) & ~uintptr_t{4095};
     if (mprotect(reinterpret_cast<void*>(page), 4096, PROT_READ | PROT_WRITE) != 0) _exit(98);
     *slot = address;
 }
 
-void put_into_table(const dl_phdr_info& module, std::span<function* const> stand_ins,
-                    size_t prefix) {
+void put_into_table(const dl_phdr_info& module, const std::string& prefix) {
     const ElfW(Dyn)* entry = nullptr;
     for (const ElfW(Phdr) & part : std::span(module.dlpi_phdr, module.dlpi_phnum)) {
         if (part.p_type == PT_DYNAMIC)
@@ -287,9 +280,9 @@ void put_into_table(const dl_phdr_info& module, std::span<function* const> stand
     for (const auto& [list, size] : lists) {
         const auto* const first = reinterpret_cast<const ElfW(Rela)*>(value[list]);
         for (const ElfW(Rela) & slot : std::span(first, value[size] / sizeof *first)) {
-            const char* const name = names + symbols[slot.r_info >> 32].st_name;
-            for (const function* f : stand_ins) {
-                if (std::strcmp(f->name + prefix, name) != 0) continue;
+            const std::string name = prefix + (names + symbols[slot.r_info >> 32].st_name);
+            for (const function* f : functions()) {
+                if (name != f->name) continue;
                 put_into_slot(reinterpret_cast<void**>(module.dlpi_addr + slot.r_offset),
                               f->stand_in);
             }
@@ -299,9 +292,9 @@ void put_into_table(const dl_phdr_info& module, std::span<function* const> stand
 
 int look_at_module(dl_phdr_info* module, size_t, void*) {
     if (std::strstr(module->dlpi_name, "/libhalvorin_system.so")) {
-        put_into_table(*module, functions(), 0);
+        put_into_table(*module, "");
     } else if (std::strstr(module->dlpi_name, "/libc.so.")) {
-        put_into_table(*module, heap_functions(), std::size(libc_prefix) - 1);
+        put_into_table(*module, "libc.");
     }
     return 0;
 }
