@@ -64,9 +64,8 @@ void software_job(void) {
     system_init(SYSTEM_INIT_VIDEO | SYSTEM_INIT_EVENTS);
     for (int round = 0; round < 2; round++) {
         step();
-        if (!WENT(display_open(64, 48, text("window"), DISPLAY_SOFTWARE, 0))) {
-            CHECK(news_is("SDL_CreateWindow") && sdl_window == NULL);
-        }
+        const int is_open = WENT(display_open(64, 48, text("window"), DISPLAY_SOFTWARE, 0));
+        CHECK(is_open == (sdl_window != NULL) && is_open != news_is("SDL_CreateWindow"));
         display_set_content(64, 48, picture);
         use_window();
         display_set_content(64, 48, picture);

@@ -168,7 +168,7 @@ void threads_job(void) {
     WENT(semaphore_trywait(semaphore));
     WENT(semaphore_post(semaphore) == 0);
     const u8 waited = semaphore_wait_timeout(semaphore, 1);
-    CHECK(WENT(waited == 0) || waited == (news_is("SDL_SemWaitTimeout") ? 255 : 1));
+    CHECK(news_is("SDL_SemWaitTimeout") ? waited == 255 : waited <= (news() ? 1 : 0));
     mutex_destroy(mutex);
     cond_destroy(cond);
     semaphore_destroy(semaphore);
