@@ -10,7 +10,7 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
-#include <array>
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -100,6 +100,18 @@ void wait_for_sockets(i64 number) {
     ASSERT_EQ(ready[0], spoken);
 }
 
+void handles_of_sdl(i64) {
+    const audio_callback silence = [](void*, u8* bytes, i32 size) {
+        std::fill(bytes, bytes + size, u8{0});
+    };
+    mutex_destroy(mutex_create());
+    cond_destroy(cond_create());
+    semaphore_destroy(semaphore_create(0));
+    thread_wait(thread_create([](void*) { return 0; }, nullptr), nullptr);
+    ASSERT_EQ(audio_open(SAMPLE_FORMAT_S16, 2, 44100, 64, silence, nullptr), 1);
+    audio_close();
+}
+
 constexpr u32 one = 0x3F800000;
 constexpr int side = 64;
 u32 image[side * side];
@@ -169,6 +181,11 @@ TEST(Endurance, streams) {
 
 TEST(Endurance, selectors) {
     expect_flat("selector waits", rounds(1000000, 30000), 0, wait_for_sockets);
+}
+
+TEST(Endurance, handles) {
+    system_init(SYSTEM_INIT_AUDIO);
+    expect_flat("threads, locks, sound devices", rounds(1000, 50), 0, handles_of_sdl);
 }
 
 TEST(Endurance, displays) {
