@@ -169,7 +169,7 @@ TEST_F(AudioWavesTest, NamesAndFirstBytesChooseTheDecoderAndFailuresHaveTheirRec
 }
 
 TEST_F(AudioWavesTest, FilesCutShortGiveTheFramesThatTheyHold) {
-    for (const std::string name : {"s16.wav", "u8.wav", "s24.flac"}) {
+    for (const std::string name : {"s16.wav", "u8.wav", "ima.wav", "ms.wav", "s24.flac"}) {
         SCOPED_TRACE(name);
         const bytes whole = samples_in(name, SAMPLE_FORMAT_S16);
         bytes file = read_file(path_of(name));

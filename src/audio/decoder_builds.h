@@ -14,9 +14,6 @@
 #include <stdio.h>
 
 typedef struct wav_calls {
-    __typeof__(drwav_open_and_read_pcm_frames_s16)* load_s16;
-    __typeof__(drwav_open_and_read_pcm_frames_s32)* load_s32;
-    __typeof__(drwav_open_and_read_pcm_frames_f32)* load_f32;
     __typeof__(drwav_read_pcm_frames_s16)* read_s16;
     __typeof__(drwav_read_pcm_frames_s32)* read_s32;
     __typeof__(drwav_read_pcm_frames_f32)* read_f32;

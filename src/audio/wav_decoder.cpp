@@ -88,35 +88,6 @@ const wav_calls& best_calls() {
     return *best;
 }
 
-void* read_all(sample_format output, wav_source* source, unsigned* channels, unsigned* rate,
-               drwav_uint64* frames) {
-    const auto read = read_source;
-    const auto seek = seek_source;
-    const auto tell = tell_source;
-    switch (output) {
-    case SAMPLE_FORMAT_S16:
-        return best_calls().load_s16(read, seek, tell, source, channels, rate, frames, nullptr);
-    case SAMPLE_FORMAT_S32:
-        return best_calls().load_s32(read, seek, tell, source, channels, rate, frames, nullptr);
-    default:
-        return best_calls().load_f32(read, seek, tell, source, channels, rate, frames, nullptr);
-    }
-}
-
-Wave load(const sound_source& source, sample_format output) {
-    wav_source opened;
-    if (!open_source(&opened, source)) return {};
-    unsigned channels = 0;
-    unsigned rate = 0;
-    drwav_uint64 frames = 0;
-    void* samples = read_all(output, &opened, &channels, &rate, &frames);
-    if (opened.file != nullptr && std::ferror(opened.file) != 0) samples = nullptr;
-    close_source(opened);
-    const u64 size = frames * channels * static_cast<u64>(bytes_a_sample(output));
-    return {output, static_cast<i32>(channels), static_cast<i32>(rate), static_cast<i64>(size),
-            samples};
-}
-
 // The file is opened ahead of the memory: a missing one takes none.
 void* open(const sound_source& source) {
     wav_source opened;
@@ -154,6 +125,35 @@ u64 read(void* decoder, sample_format output, u64 frames, void* destination) {
         return best_calls().read_s32(wav, frames, static_cast<drwav_int32*>(destination));
     default: return best_calls().read_f32(wav, frames, static_cast<float*>(destination));
     }
+}
+
+// As many frames as the file says, of which it may hold fewer.
+void read_announced(drwav* wav, Wave* wave) {
+    const u64 frames = wav->totalPCMFrameCount;
+    i64 size = 0;
+    if (__builtin_mul_overflow(frames, i64{wave->channels} * bytes_a_sample(wave->format), &size)) {
+        return;
+    }
+    wave->data = audio_memory_allocate(size);
+    if (wave->data == nullptr) return;
+    const u64 count = read(wav, wave->format, frames, wave->data);
+    wave->size = static_cast<i64>(count) * wave->channels * bytes_a_sample(wave->format);
+}
+
+Wave load(const sound_source& source, sample_format output) {
+    wav_source opened;
+    if (!open_source(&opened, source)) return {};
+    Wave wave = {};
+    drwav wav;
+    if (drwav_init(&wav, read_source, seek_source, tell_source, &opened, nullptr)) {
+        const sound_shape known = shape(&wav);
+        wave = {output, known.channels, known.sample_rate, 0, nullptr};
+        read_announced(&wav, &wave);
+        drwav_uninit(&wav);
+    }
+    if (opened.file != nullptr && std::ferror(opened.file) != 0) wave = {};
+    close_source(opened);
+    return wave;
 }
 
 bool seek(void* decoder, u64 frame) {

@@ -19,7 +19,7 @@
 #include <dr_wav.h>
 
 const wav_calls WAV_CALLS = {
-    drwav_open_and_read_pcm_frames_s16, drwav_open_and_read_pcm_frames_s32,
-    drwav_open_and_read_pcm_frames_f32, drwav_read_pcm_frames_s16,
-    drwav_read_pcm_frames_s32,          drwav_read_pcm_frames_f32,
+    drwav_read_pcm_frames_s16,
+    drwav_read_pcm_frames_s32,
+    drwav_read_pcm_frames_f32,
 };
