@@ -19,7 +19,7 @@ namespace endurance {
 
 struct holdings {
     i64 heap;          // bytes of blocks in use
-    i64 private_bytes; // resident, of this process alone
+    i64 private_bytes; // written to by this process alone
     i64 descriptors, threads;
 };
 
@@ -27,12 +27,14 @@ inline i64 entries_of(const char* path) {
     return std::distance(std::filesystem::directory_iterator(path), {});
 }
 
+// A library's own pages count for nothing: they become private when the last other process that has
+// loaded it ends.
 inline i64 private_bytes() {
     std::ifstream file("/proc/self/smaps_rollup");
     i64 sum = 0;
     i64 kilobytes = 0;
     for (std::string word; file >> word;) {
-        if (word != "Private_Clean:" && word != "Private_Dirty:" && word != "Swap:") continue;
+        if (word != "Private_Dirty:" && word != "Swap:") continue;
         file >> kilobytes;
         sum += kilobytes * 1024;
     }
