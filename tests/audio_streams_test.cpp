@@ -172,7 +172,7 @@ TEST_F(AudioStreamsTest, BlocksOfAnySizeMakeTheWholeSound) {
             SCOPED_TRACE(testing::Message() << name << ", format " << +format);
             const bytes whole = samples_in(name, format);
             const i64 known_size = name == "no-length.flac" ? 0 : static_cast<i64>(whole.size());
-            for (const u64 frames : {1, 7, 1000, 200000}) {
+            for (const u64 frames : {1u, 7u, 1000u, 200000u}) {
                 if (frames == 1 && format != SAMPLE_FORMAT_S16) continue;
                 audio_set_buffer_position(0);
                 const bool from_memory = frames == 1000 && is_known_by_content(name);
