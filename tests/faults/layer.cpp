@@ -280,7 +280,9 @@ void put_into_table(const dl_phdr_info& module, const std::string& prefix) {
     for (const auto& [list, size] : lists) {
         const auto* const first = reinterpret_cast<const ElfW(Rela)*>(value[list]);
         for (const ElfW(Rela) & slot : std::span(first, value[size] / sizeof *first)) {
-            const std::string name = prefix + (names + symbols[slot.r_info >> 32].st_name);
+            const auto symbol = ELF64_R_SYM(slot.r_info);
+            if (symbol == STN_UNDEF) continue; // an address of the module's own, as most are
+            const std::string name = prefix + (names + symbols[symbol].st_name);
             for (const function* f : functions()) {
                 if (name != f->name) continue;
                 put_into_slot(reinterpret_cast<void**>(module.dlpi_addr + slot.r_offset),
