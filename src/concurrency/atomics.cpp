@@ -15,6 +15,13 @@ SDL_atomic_t* record(i32* atomic) {
     return reinterpret_cast<SDL_atomic_t*>(atomic);
 }
 
+// SDL2's truth values as the one byte that is handed on: so the exports end in a jump, too.
+extern "C" {
+b8 swap(SDL_atomic_t* atomic, int old_value, int new_value) asm("SDL_AtomicCAS");
+b8 swap_ptr(void** atomic, void* old_value, void* new_value) asm("SDL_AtomicCASPtr");
+b8 try_lock(SDL_SpinLock* lock) asm("SDL_AtomicTryLock");
+}
+
 } // namespace
 
 i32 atomic_set(i32* atomic, i32 value) {
@@ -46,11 +53,11 @@ b8 atomic_dec_ref(i32* atomic) {
 }
 
 b8 atomic_cas(i32* atomic, i32 old_value, i32 new_value) {
-    return SDL_AtomicCAS(record(atomic), old_value, new_value) != SDL_FALSE;
+    return swap(record(atomic), old_value, new_value);
 }
 
 b8 atomic_cas_ptr(void** atomic, void* old_value, void* new_value) {
-    return SDL_AtomicCASPtr(atomic, old_value, new_value) != SDL_FALSE;
+    return swap_ptr(atomic, old_value, new_value);
 }
 
 void atomic_lock(i32* lock) {
@@ -58,7 +65,7 @@ void atomic_lock(i32* lock) {
 }
 
 b8 atomic_trylock(i32* lock) {
-    return SDL_AtomicTryLock(lock) != SDL_FALSE;
+    return try_lock(lock);
 }
 
 void atomic_unlock(i32* lock) {
