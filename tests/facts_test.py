@@ -193,7 +193,6 @@ for name in takers:
         failures.append(f"{name} takes no text")
 
 
-
 # A host at work.
 def work(name, words=text("facts.wav"), **own):
     value, record = call(name, words, {**usual, **own})

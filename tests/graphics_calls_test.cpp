@@ -5,13 +5,16 @@
 #include "api/frame.h"
 #include "api/graphics.h"
 
-#include "support/declarations.h"
 #include "support/graphics_cases.h"
 #include "support/recording_gl.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
 #include <set>
 
 using namespace graphics_cases;
@@ -24,6 +27,21 @@ protected:
         gl::load_into_library();
     }
 };
+
+std::set<std::string> declared_functions() {
+    std::set<std::string> declared;
+    for (const auto& entry : std::filesystem::directory_iterator(SOURCE_DIR "/src/api")) {
+        if (!entry.path().filename().string().starts_with("graphics")) continue;
+        std::ifstream file(entry.path());
+        const std::string header(std::istreambuf_iterator<char>(file), {});
+        const std::regex declaration("\nHALVORIN_API[^;(]*[ *]([a-z0-9_]+)\\(");
+        for (std::sregex_iterator i(header.begin(), header.end(), declaration), end; i != end;
+             ++i) {
+            declared.insert((*i)[1]);
+        }
+    }
+    return declared;
+}
 
 // A graphics function that the headers declare and no table calls is a hole in this test.
 TEST_F(GraphicsCallsTest, EveryGraphicsFunctionReachesOpenGlWithItsArguments) {
@@ -50,7 +68,7 @@ TEST_F(GraphicsCallsTest, EveryGraphicsFunctionReachesOpenGlWithItsArguments) {
         }
         called.insert(c.function);
     }
-    EXPECT_EQ(called, declared_functions("graphics"));
+    EXPECT_EQ(called, declared_functions());
 }
 
 TEST_F(GraphicsCallsTest, AStatusWithoutANumberIsComplete) {

@@ -22,24 +22,16 @@
 
 namespace heap_calls {
 
-inline constinit thread_local int count = 0; // of this thread; giving back no block isn't a call
-inline constinit std::atomic<int> blocks_in_use =
-    0; // that were taken since the start, less those given back
+// Blocks that were taken since the start, less those given back; no block isn't one.
+inline constinit std::atomic<int> blocks_in_use = 0;
 
-// Who looks at each call of this thread, besides: it gets the address that the call returns to.
+// Who looks at each call of this thread: it gets the address that the call returns to.
 using looking = void (*)(const void* caller);
 inline constinit thread_local looking observer = nullptr;
 
 inline void note(int blocks, const void* caller) {
-    ++count;
     blocks_in_use += blocks;
     if (observer != nullptr) observer(caller);
-}
-
-template <class Call> int during(const Call& call) {
-    const int before = count;
-    call();
-    return count - before;
 }
 
 } // namespace heap_calls
