@@ -2,6 +2,8 @@
 #pragma once
 
 #include "api/audio_waves.h"
+#include "audio/formats.h"
+#include "audio/memory.h"
 
 #include <cstdio>
 
@@ -45,6 +47,17 @@ struct sound_decoder {
 inline bool reading_has_failed(const sound_decoder& decoder, const void* opened) {
     std::FILE* const file = decoder.file(opened);
     return file != nullptr && std::ferror(file) != 0;
+}
+
+// Fills a wave, whose format is one of the outputs, with as many frames as the file says that there
+// are, of which it may hold fewer. Null data where the buffer has no room for them.
+inline void read_announced(Wave* wave, const sound_decoder& decoder, void* opened, u64 frames) {
+    i64 size = 0;
+    if (__builtin_mul_overflow(frames, bytes_a_frame(*wave), &size)) return;
+    wave->data = audio_memory_allocate(size);
+    if (wave->data == nullptr) return;
+    const u64 count = decoder.read(opened, wave->format, frames, wave->data);
+    wave->size = static_cast<i64>(count) * bytes_a_frame(*wave);
 }
 
 // The decoder's output that is at least as wide as the format and needs no change of width where

@@ -42,18 +42,6 @@ void close(void* decoder) {
     best_calls().close(static_cast<drflac*>(decoder));
 }
 
-i64 bytes_a_frame(const Wave& wave) {
-    return i64{wave.channels} * bytes_a_sample(wave.format);
-}
-
-void read_announced(drflac* flac, Wave* wave) {
-    const u64 frames = flac->totalPCMFrameCount;
-    wave->data = audio_memory_allocate(static_cast<i64>(frames) * bytes_a_frame(*wave));
-    if (wave->data == nullptr) return;
-    const u64 count = read(flac, wave->format, frames, wave->data);
-    wave->size = static_cast<i64>(count) * bytes_a_frame(*wave);
-}
-
 // The decoder takes no memory while it reads, so that the block stays the last one and grows where
 // it stands.
 void read_growing(drflac* flac, Wave* wave) {
@@ -75,7 +63,8 @@ Wave load(const sound_source& source, sample_format output) {
     if (flac == nullptr) return {};
     const sound_shape known = shape(flac);
     Wave wave = {output, known.channels, known.sample_rate, 0, nullptr};
-    known.frames > 0 ? read_announced(flac, &wave) : read_growing(flac, &wave);
+    known.frames > 0 ? read_announced(&wave, flac_decoder, flac, known.frames)
+                     : read_growing(flac, &wave);
     if (reading_has_failed(flac_decoder, flac)) wave = {};
     close(flac);
     return wave;

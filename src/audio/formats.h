@@ -18,6 +18,10 @@ constexpr i32 bytes_a_sample(sample_format format) {
     }
 }
 
+inline i64 bytes_a_frame(const Wave& wave) {
+    return i64{wave.channels} * bytes_a_sample(wave.format);
+}
+
 // What a WAV file holds for a format: whole numbers of the same width. Other numbers stay.
 constexpr sample_format stored_format(sample_format format) {
     if (format > SAMPLE_FORMAT_F32) return format;

@@ -88,6 +88,11 @@ const wav_calls& best_calls() {
     return *best;
 }
 
+bool begin(wav_reader& reader) {
+    return drwav_init(&reader.wav, read_source, seek_source, tell_source, &reader.source,
+                      nullptr) != DRWAV_FALSE;
+}
+
 // The file is opened ahead of the memory: a missing one takes none.
 void* open(const sound_source& source) {
     wav_source opened;
@@ -95,10 +100,7 @@ void* open(const sound_source& source) {
     auto* const reader = static_cast<wav_reader*>(audio_memory_allocate(sizeof(wav_reader)));
     if (reader != nullptr) {
         reader->source = opened;
-        if (drwav_init(&reader->wav, read_source, seek_source, tell_source, &reader->source,
-                       nullptr)) {
-            return reader;
-        }
+        if (begin(*reader)) return reader;
     }
     close_source(opened);
     return nullptr;
@@ -127,32 +129,19 @@ u64 read(void* decoder, sample_format output, u64 frames, void* destination) {
     }
 }
 
-// As many frames as the file says, of which it may hold fewer.
-void read_announced(drwav* wav, Wave* wave) {
-    const u64 frames = wav->totalPCMFrameCount;
-    i64 size = 0;
-    if (__builtin_mul_overflow(frames, i64{wave->channels} * bytes_a_sample(wave->format), &size)) {
-        return;
-    }
-    wave->data = audio_memory_allocate(size);
-    if (wave->data == nullptr) return;
-    const u64 count = read(wav, wave->format, frames, wave->data);
-    wave->size = static_cast<i64>(count) * wave->channels * bytes_a_sample(wave->format);
-}
-
+// The reader itself takes nothing of the host's memory here.
 Wave load(const sound_source& source, sample_format output) {
-    wav_source opened;
-    if (!open_source(&opened, source)) return {};
+    wav_reader reader;
+    if (!open_source(&reader.source, source)) return {};
     Wave wave = {};
-    drwav wav;
-    if (drwav_init(&wav, read_source, seek_source, tell_source, &opened, nullptr)) {
-        const sound_shape known = shape(&wav);
+    if (begin(reader)) {
+        const sound_shape known = shape(&reader);
         wave = {output, known.channels, known.sample_rate, 0, nullptr};
-        read_announced(&wav, &wave);
-        drwav_uninit(&wav);
+        read_announced(&wave, wav_decoder, &reader, known.frames);
+        drwav_uninit(&reader.wav);
     }
-    if (opened.file != nullptr && std::ferror(opened.file) != 0) wave = {};
-    close_source(opened);
+    if (reading_has_failed(wav_decoder, &reader)) wave = {};
+    close_source(reader.source);
     return wave;
 }
 

@@ -33,7 +33,8 @@ bool write_address(char* text, u32 size, const NetworkAddress& address);
 network_socket create_socket(socket_kind kind);
 i32 close_socket(network_socket socket);
 
-// An address without a family is none: both refuse it, also where the system gives it a meaning.
+// An address without a family is none: both refuse it, also where the system gives it a meaning. A
+// datagram socket that is bound to port 0 gets a port that no other has.
 i32 bind_socket(network_socket socket, const NetworkAddress& address);
 i32 connect_socket(network_socket socket, const NetworkAddress& address);
 
